@@ -1,0 +1,30 @@
+# The one place for compiler flags: every target links zeph_flags.
+add_library(zeph_flags INTERFACE)
+target_compile_options(zeph_flags INTERFACE
+    -Wall -Wextra -Wshadow -Werror
+    -ffunction-sections -fdata-sections
+    $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti>)
+target_include_directories(zeph_flags INTERFACE
+    ${PROJECT_SOURCE_DIR}/src ${PROJECT_SOURCE_DIR}/include)
+
+if(ZEPH_SANITIZE)
+    target_compile_options(zeph_flags INTERFACE
+        -fsanitize=${ZEPH_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    target_link_options(zeph_flags INTERFACE -fsanitize=${ZEPH_SANITIZE})
+endif()
+
+# Start-up is most of what a CGI request costs: the C++ library is linked in, so
+# that the loader has only the C library to find, and relocations are packed.
+# The sanitizers bring a runtime of their own and need the shared library.
+add_library(zeph_program_flags INTERFACE)
+target_link_options(zeph_program_flags INTERFACE -Wl,--gc-sections)
+if(NOT ZEPH_SANITIZE)
+    target_link_options(zeph_program_flags INTERFACE
+        -static-libstdc++ -static-libgcc -Wl,-O1 -Wl,--hash-style=gnu)
+endif()
+
+# zeph_folder(NAME SOURCE...): the object library of one folder of src/.
+function(zeph_folder name)
+    add_library(zeph_${name} OBJECT ${ARGN})
+    target_link_libraries(zeph_${name} PRIVATE zeph_flags)
+endfunction()
