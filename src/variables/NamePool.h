@@ -1,0 +1,22 @@
+#ifndef ZEPH_VARIABLES_NAMEPOOL_H
+#define ZEPH_VARIABLES_NAMEPOOL_H
+
+// Texts known by index: what a table of named variables needs of the program's
+// dictionary, and all that this floor knows of it.
+//
+// Texts are counted, not terminated, and stay where they are for the life of the
+// pool: a caller may keep the pointer.
+class NamePool {
+public:
+    virtual ~NamePool() {}
+
+    // The first byte of text `index` and, through a non-null `size`, its length
+    // in bytes; null and 0 for an index that has no text.
+    virtual const char* Entry(int index, int* size) = 0;
+
+    // Adds a text, copied, and returns its index. A `length` of -1 means that
+    // `text` ends at its NUL. Texts are not made unique.
+    virtual int Entry_Add(const char* text, int length) = 0;
+};
+
+#endif

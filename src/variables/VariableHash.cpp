@@ -1,0 +1,189 @@
+#include "variables/VariableHash.h"
+
+#include <stdlib.h>
+#include <string.h>
+
+#include "primitives/hash.h"
+#include "primitives/memcmpi.h"
+#include "variables/allocation.h"
+
+namespace {
+
+// Arrays grow by this many slots, whatever their first capacity was.
+const int kGrowth = 512;
+
+}  // namespace
+
+VariableHash::VariableHash(NamePool* names, int bucket_bits, int block)
+    : m_names(names), m_chains(bucket_bits), m_block(block)
+{
+}
+
+VariableHash::VariableHash(VariableHash& source)
+    : m_names(source.m_names),
+      m_chains(source.m_chains.bits()),
+      m_capacity(source.m_count),
+      m_count(source.m_count),
+      m_block(source.m_block)
+{
+    m_chains.CopyFrom(source.m_chains);
+    if (m_count == 0)
+        return;
+    m_entries = static_cast<_VH_Entry*>(ZeroedMemory(size_t(m_count), sizeof(_VH_Entry)));
+    for (int slot = 0; slot < m_count; ++slot)
+        m_entries[slot] = {source.m_entries[slot].dictionary_index, -1, nullptr};
+}
+
+VariableHash::~VariableHash()
+{
+    Dump();
+    free(m_entries);
+}
+
+void VariableHash::Dump()
+{
+    for (int slot = 0; slot < m_count; ++slot) {
+        if (m_entries[slot].variable)
+            m_entries[slot].variable->DecRefCount();
+        m_entries[slot].variable = nullptr;
+    }
+}
+
+const char* VariableHash::Name(int slot, int* length)
+{
+    return m_names->Entry(m_entries[slot].dictionary_index, length);
+}
+
+unsigned int VariableHash::BucketOf(const char* name, int length)
+{
+    return m_chains.Bucket(
+        hashi(reinterpret_cast<const unsigned char*>(name), unsigned(length), 0));
+}
+
+int VariableHash::Insert(Variable* variable)
+{
+    return Insert(-1, variable->name().data(), variable->name().length(), variable);
+}
+
+int VariableHash::Insert(const char* name, int length)
+{
+    return Insert(-1, name, length, nullptr);
+}
+
+int VariableHash::Insert(int dictionary_index)
+{
+    return Insert(dictionary_index, nullptr, 0, nullptr);
+}
+
+int VariableHash::Insert(int dictionary_index, const char* name, int length, Variable* variable)
+{
+    if (name && length < 0)
+        length = int(strlen(name));
+    if (name && dictionary_index == -1)
+        dictionary_index = m_names->Entry_Add(name, length);
+    if (!name)
+        name = m_names->Entry(dictionary_index, &length);
+    if (m_count == m_capacity)
+        Grow();
+    int slot = m_count;
+    m_entries[slot] = {dictionary_index, Version(), variable};
+    if (name) {
+        m_chains.Link(BucketOf(name, length), slot, m_count, [&](int other) {
+            int other_length;
+            const char* other_name = Name(other, &other_length);
+            if (!other_name || other_length != length)
+                return other_name && other_length > length;
+            return memcmpi(name, other_name, length) < 0;
+        });
+    }
+    ++m_count;
+    return slot;
+}
+
+void VariableHash::Grow()
+{
+    int capacity = m_capacity == 0 && m_block > 0 ? m_block : m_capacity + kGrowth;
+    m_entries = static_cast<_VH_Entry*>(GrownMemory(m_entries, size_t(capacity), sizeof(_VH_Entry)));
+    m_chains.Grow(capacity);
+    m_capacity = capacity;
+}
+
+int VariableHash::Seek(int dictionary_index, const char* name, int length, _VH_Entry** out)
+{
+    if (!name)
+        name = m_names->Entry(dictionary_index, &length);
+    if (!name)
+        return -1;
+    if (length < 0)
+        length = int(strlen(name));
+    bool found = false;
+    // A longer name ends the search. The order among equal lengths is not relied
+    // on, so that a table sorted by another compiler's rule loses no name.
+    int slot = m_chains.Walk(BucketOf(name, length), m_count, nullptr, [&](int candidate) {
+        int size;
+        const char* text = Name(candidate, &size);
+        found = text && size == length && memcmpi(text, name, length) == 0;
+        return found || (text && size > length);
+    });
+    if (!found)
+        return -1;
+    if (out)
+        *out = &m_entries[slot];
+    return slot;
+}
+
+int VariableHash::SetVariable(const char* name, int length, const char* text, int text_length)
+{
+    Variable* variable = nullptr;
+    if (!Find(&variable, name, length, 1)) {
+        variable = new Variable(name, length);
+        Insert(variable);
+    }
+    return variable->SetValue(text, text_length);
+}
+
+int VariableHash::SetVariable(Variable* variable)
+{
+    _VH_Entry* entry;
+    if (Seek(-1, variable->name().data(), variable->name().length(), &entry) < 0) {
+        Insert(variable);
+        return 1;
+    }
+    Variable* former = entry->variable;
+    entry->variable = variable;
+    if (former)
+        former->DecRefCount();
+    return 1;
+}
+
+int VariableHash::ClearVariable(const char* name, int length)
+{
+    Variable* variable = nullptr;
+    if (!Find(&variable, name, length, 0) || !variable)
+        return 0;
+    variable->SetNULL();
+    return 1;
+}
+
+int VariableHash::Find(Variable** out, const char* name, int length, int create)
+{
+    int slot = Seek(-1, name, length, nullptr);
+    if (slot < 0)
+        return 0;
+    *out = Index(slot, create);
+    return 1;
+}
+
+Variable* VariableHash::Index(int slot, int create)
+{
+    if (slot < 0 || slot >= m_count)
+        return nullptr;
+    _VH_Entry& entry = m_entries[slot];
+    if (!entry.variable && create) {
+        int length = 0;
+        const char* name = Name(slot, &length);
+        entry.variable = new Variable(name, length);
+        entry.version = Version();
+    }
+    return entry.variable;
+}
