@@ -1,0 +1,126 @@
+#include "app/ZephApplication.h"
+
+#include <string.h>
+#include <strings.h>
+#include <time.h>
+
+#include "config/Config.h"
+#include "primitives/conversions.h"
+#include "variables/encoders.h"
+
+namespace {
+
+// The deadline of a time-out setting that starts now; 0 for none.
+long DeadlineOf(Config* config, int key)
+{
+    int seconds = config ? config->value_integer(key) : 0;
+    return seconds ? long(time(nullptr)) + seconds : 0;
+}
+
+}  // namespace
+
+void ZephApplication::ResetGlobalTimeout()
+{
+    m_global_deadline = DeadlineOf(config(), ZPCONFIG_TIMEOUT_GLOBAL);
+    m_cancelled = 0;
+}
+
+void ZephApplication::ResetPOSTTimeout()
+{
+    m_post_deadline = DeadlineOf(config(), ZPCONFIG_TIMEOUT_POST);
+    m_post_cancelled = 0;
+}
+
+void ZephApplication::ClearPOSTTimeout()
+{
+    m_post_deadline = 0;
+    m_post_cancelled = 0;
+}
+
+int ZephApplication::Error(const char* text)
+{
+    return OutputError(text, int(strlen(text)));
+}
+
+// A deadline that is reached has not passed yet: only a later tick ends the run.
+void ZephApplication::Heartbeat(long now)
+{
+    __atomic_fetch_add(&m_heartbeat, 1, __ATOMIC_RELAXED);
+    if (m_global_deadline > 0 && m_global_deadline < now)
+        __atomic_store_n(&m_cancelled, 1, __ATOMIC_RELAXED);
+    if (m_post_deadline >= 1 && now > m_post_deadline)
+        __atomic_store_n(&m_post_cancelled, 1, __ATOMIC_RELAXED);
+}
+
+long ZephApplication::TimeRemaining()
+{
+    return m_global_deadline == 0 ? -1 : m_global_deadline - long(time(nullptr));
+}
+
+void ZephApplication::SetDefaultLanguage(const char* text, int length)
+{
+    m_default_language.Set(text, length);
+}
+
+void ZephApplication::SetDefaultDatabase(const char* text, int length)
+{
+    m_default_database.Set(text, length);
+}
+
+void ZephApplication::SetCharacterSet(const char* text, int length)
+{
+    m_charset.Set(text, length);
+    m_charset_is_utf8 = strcasecmp(m_charset.text.data(), "utf-8") == 0;
+}
+
+void ZephApplication::Notify_RuntimeError(int, const String& text, bool show)
+{
+    if (show)
+        Error(text);
+}
+
+char* ZephApplication::itos(int value, int* length, int* capacity)
+{
+    return ::itos(value, length, capacity);
+}
+
+int ZephApplication::stoi(const char* text, int length, int* error)
+{
+    return ::stoi(text, length, error);
+}
+
+char* ZephApplication::EncodeEntities(const char* text, int length, int* out_length,
+                                      int* out_capacity)
+{
+    return ::EncodeEntities(text, length, out_length, out_capacity);
+}
+
+char* ZephApplication::DecodeEntities(const char* text, int length, int* out_length,
+                                      int* out_capacity)
+{
+    return ::DecodeEntities(text, length, out_length, out_capacity);
+}
+
+char* ZephApplication::EncodeAttribute(const char* text, int length, int* out_length,
+                                       int* out_capacity)
+{
+    return ::EncodeAttribute(text, length, out_length, out_capacity);
+}
+
+char* ZephApplication::DecodeAttribute(const char* text, int length, int* out_length,
+                                       int* out_capacity)
+{
+    return ::DecodeAttribute(text, length, out_length, out_capacity);
+}
+
+char* ZephApplication::EncodeJavaScriptString(const char* text, int length, int* out_length,
+                                              int* out_capacity)
+{
+    return ::EncodeJavaScriptString(text, length, out_length, out_capacity, CharacterSetIsUTF8());
+}
+
+char* ZephApplication::StripNULLs(const char* text, int length, int* out_length,
+                                  int* out_capacity)
+{
+    return ::StripNULLs(text, length, out_length, out_capacity);
+}
