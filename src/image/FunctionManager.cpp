@@ -6,7 +6,7 @@
 #include "image/BucketRecords.h"
 #include "image/Dictionary.h"
 #include "image/FunctionRecords.h"
-#include "image/NameOrder.h"
+#include "variables/NameOrder.h"
 #include "image/SectionBytes.h"
 #include "image/TaggedFile.h"
 #include "image/little_endian.h"

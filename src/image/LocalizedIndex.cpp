@@ -3,7 +3,7 @@
 #include <stdlib.h>
 
 #include "image/BucketRecords.h"
-#include "image/NameOrder.h"
+#include "variables/NameOrder.h"
 #include "image/SectionBytes.h"
 #include "image/TaggedFile.h"
 #include "image/little_endian.h"

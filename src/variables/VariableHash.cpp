@@ -3,8 +3,7 @@
 #include <stdlib.h>
 #include <string.h>
 
-#include "primitives/hash.h"
-#include "primitives/memcmpi.h"
+#include "variables/NameOrder.h"
 #include "variables/allocation.h"
 
 namespace {
@@ -54,12 +53,6 @@ const char* VariableHash::Name(int slot, int* length)
     return m_names->Entry(m_entries[slot].dictionary_index, length);
 }
 
-unsigned int VariableHash::BucketOf(const char* name, int length)
-{
-    return m_chains.Bucket(
-        hashi(reinterpret_cast<const unsigned char*>(name), unsigned(length), 0));
-}
-
 int VariableHash::Insert(Variable* variable)
 {
     return Insert(-1, variable->name().data(), variable->name().length(), variable);
@@ -87,15 +80,9 @@ int VariableHash::Insert(int dictionary_index, const char* name, int length, Var
         Grow();
     int slot = m_count;
     m_entries[slot] = {dictionary_index, Version(), variable};
-    if (name) {
-        m_chains.Link(BucketOf(name, length), slot, m_count, [&](int other) {
-            int other_length;
-            const char* other_name = Name(other, &other_length);
-            if (!other_name || other_length != length)
-                return other_name && other_length > length;
-            return memcmpi(name, other_name, length) < 0;
-        });
-    }
+    if (name)
+        LinkName(&m_chains, slot, name, length,
+                 [this](int other, int* size) { return Name(other, size); });
     ++m_count;
     return slot;
 }
@@ -116,16 +103,9 @@ int VariableHash::Seek(int dictionary_index, const char* name, int length, _VH_E
         return -1;
     if (length < 0)
         length = int(strlen(name));
-    bool found = false;
-    // A longer name ends the search. The order among equal lengths is not relied
-    // on, so that a table sorted by another compiler's rule loses no name.
-    int slot = m_chains.Walk(BucketOf(name, length), m_count, nullptr, [&](int candidate) {
-        int size;
-        const char* text = Name(candidate, &size);
-        found = text && size == length && memcmpi(text, name, length) == 0;
-        return found || (text && size > length);
-    });
-    if (!found)
+    int slot = FindName(m_chains, m_count, name, length,
+                        [this](int other, int* size) { return Name(other, size); });
+    if (slot < 0)
         return -1;
     if (out)
         *out = &m_entries[slot];

@@ -79,7 +79,6 @@ public:
 
 private:
     void Grow();
-    unsigned int BucketOf(const char* name, int length);
 
     NamePool* m_names;  // borrowed
     HashChains m_chains;

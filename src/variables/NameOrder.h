@@ -1,11 +1,11 @@
-#ifndef ZEPH_IMAGE_NAMEORDER_H
-#define ZEPH_IMAGE_NAMEORDER_H
+#ifndef ZEPH_VARIABLES_NAMEORDER_H
+#define ZEPH_VARIABLES_NAMEORDER_H
 
 #include "primitives/hash.h"
 #include "primitives/memcmpi.h"
 #include "variables/HashChains.h"
 
-// How the hashed tables of an image keep names in their chains: shorter names
+// How tables of names keep them in their chains: shorter names
 // first, names of one length by memcmpi, letter case being ignored throughout.
 
 // The hash of a name, before it is cut down to a table's buckets.
