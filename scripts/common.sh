@@ -24,15 +24,18 @@ build_root() {
     fi
 }
 
-# configure_and_build PRESET: leaves the folder's path in build_dir.
+# configure_and_build PRESET [FOLDER [OPTION...]]: leaves the folder's path in build_dir.
 configure_and_build() {
-    build_dir=$(build_root)/$1
+    build_dir=$(build_root)/${2:-$1}
     mkdir -p "$build_dir"
     local log=$build_dir/configure.log
-    if ! cmake -S "$source_dir" -B "$build_dir" --preset "$1" >"$log" 2>&1; then
+    if ! cmake -S "$source_dir" -B "$build_dir" --preset "$1" "${@:3}" >"$log" 2>&1; then
         cat "$log" >&2
         fail "the configuration of preset $1 failed; its output stands above"
     fi
     say "building preset $1 in $build_dir"
     cmake --build "$build_dir" >&2 || fail "the build of preset $1 failed"
 }
+
+# What is served and measured: the release without the tests, which need more packages.
+build_programs() { configure_and_build release programs -DZEPH_TESTS=OFF; }

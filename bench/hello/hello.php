@@ -1,0 +1,1 @@
+<?php header("Content-Type: text/html"); echo "<h1>Hello, world!</h1>";

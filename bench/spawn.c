@@ -1,0 +1,115 @@
+/* Times whole processes, in alternation, so that a change of the machine's pace hits
+ * all alike.
+ *
+ *   bench_spawn ROUNDS < CONTENDERS
+ *
+ * Each line of standard input names a contender: a label, a folder to start in and a
+ * command, with tabs between and blanks within the command. The environment is
+ * handed on. The output goes to /dev/null. Prints for each the median and the fastest
+ * time, the ratio of the median to the first contender's, and the peak resident size. */
+#define _GNU_SOURCE
+#include <fcntl.h>
+#include <spawn.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <time.h>
+#include <unistd.h>
+
+enum { kMostContenders = 16, kMostWords = 16, kLine = 4096 };
+
+struct contender {
+    char line[kLine];
+    char* label;
+    char* folder;
+    char* words[kMostWords + 1];
+    double* seconds;
+    long resident; /* KiB */
+};
+
+static void fail(const char* what, const char* which)
+{
+    fprintf(stderr, "bench_spawn: %s: %s\n", what, which);
+    exit(1);
+}
+
+static double now(void)
+{
+    struct timespec time;
+    clock_gettime(CLOCK_MONOTONIC, &time);
+    return (double)time.tv_sec + (double)time.tv_nsec * 1e-9;
+}
+
+static int ascending(const void* left, const void* right)
+{
+    double a = *(const double*)left;
+    double b = *(const double*)right;
+    return (a > b) - (a < b);
+}
+
+static void parse(struct contender* contender, int rounds)
+{
+    contender->line[strcspn(contender->line, "\n")] = 0;
+    contender->label = strtok(contender->line, "\t");
+    contender->folder = strtok(NULL, "\t");
+    char* command = strtok(NULL, "\t");
+    if (!command)
+        fail("a line needs a label, a folder and a command", contender->line);
+    int count = 0;
+    for (char* word = strtok(command, " "); word && count < kMostWords; word = strtok(NULL, " "))
+        contender->words[count++] = word;
+    contender->words[count] = NULL;
+    contender->seconds = calloc((size_t)rounds, sizeof(double));
+    if (!contender->seconds)
+        fail("out of memory", contender->label);
+}
+
+static void run(struct contender* contender, int round)
+{
+    extern char** environ;
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+    posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
+    posix_spawn_file_actions_addchdir_np(&actions, contender->folder);
+    pid_t child;
+    struct rusage usage;
+    int status;
+    double start = now();
+    if (posix_spawn(&child, contender->words[0], &actions, NULL, contender->words, environ) != 0)
+        fail("cannot start", contender->label);
+    wait4(child, &status, 0, &usage);
+    contender->seconds[round] = now() - start;
+    posix_spawn_file_actions_destroy(&actions);
+    if (!WIFEXITED(status) || WEXITSTATUS(status) != 0)
+        fail("ended with a failure", contender->label);
+    if (usage.ru_maxrss > contender->resident)
+        contender->resident = usage.ru_maxrss;
+}
+
+int main(int argc, char** argv)
+{
+    static struct contender contenders[kMostContenders];
+    int rounds = argc == 2 ? atoi(argv[1]) : 0;
+    if (rounds < 1)
+        fail("usage", "bench_spawn ROUNDS < CONTENDERS");
+    int count = 0;
+    while (count < kMostContenders && fgets(contenders[count].line, kLine, stdin))
+        parse(&contenders[count++], rounds);
+    for (int round = 0; round < rounds; ++round)
+        for (int i = 0; i < count; ++i)
+            run(&contenders[i], round);
+    printf("%-24s %10s %10s %8s %10s\n", "", "median ms", "fastest", "ratio", "KiB");
+    double first = 0;
+    for (int i = 0; i < count; ++i) {
+        qsort(contenders[i].seconds, (size_t)rounds, sizeof(double), ascending);
+        double median = contenders[i].seconds[rounds / 2];
+        if (i == 0)
+            first = median;
+        printf("%-24s %10.3f %10.3f %8.2f %10ld\n", contenders[i].label, median * 1e3,
+               contenders[i].seconds[0] * 1e3, median / first, contenders[i].resident);
+    }
+    return 0;
+}

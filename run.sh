@@ -1,0 +1,49 @@
+#!/usr/bin/env bash
+# Sets up, builds and serves the example site until it is interrupted.
+#
+#   ./run.sh            on http://127.0.0.1:8080/
+#   PORT=9000 ./run.sh  on another port
+#   ./run.sh --where    only prints the folder that the site is installed in
+
+. "$(dirname "$0")/scripts/common.sh"
+
+if [ "${1:-}" = --where ]; then
+    echo "$(build_root)/site"
+    exit 0
+fi
+[ $# -eq 0 ] || fail "run.sh takes no arguments but --where"
+
+port=${PORT:-8080}
+case $port in
+    *[!0-9]*|'') fail "PORT must be a number, not '$port'" ;;
+esac
+
+"$source_dir/scripts/setup.sh" build serve
+export PATH=$PATH:/usr/sbin
+build_programs
+site=$(build_root)/site
+cmake --install "$build_dir" --prefix "$site" >/dev/null || fail "the site could not be installed"
+
+# The server and the scripts run as an ordinary user; root hands its part over.
+mkdir -p "$site/var/data"
+server=(lighttpd -D -f "$site/share/zeph/lighttpd.conf")
+if [ "$(id -u)" -eq 0 ]; then
+    chown nobody "$site/var/data"
+    server=(setpriv --reuid nobody --regid nogroup --clear-groups "${server[@]}")
+fi
+
+export ZEPH_SITE=$site ZEPH_PORT=$port
+"${server[@]}" -tt || fail "lighttpd refuses its configuration"
+trap : INT TERM
+say "the example site is on http://127.0.0.1:$port/ (Ctrl-C stops it)"
+status=0
+"${server[@]}" &
+child=$!
+wait "$child" || status=$?
+if kill -0 "$child" 2>/dev/null; then
+    kill "$child" 2>/dev/null || true
+    wait "$child" || true
+    status=0
+fi
+[ "$status" -eq 0 ] || fail "lighttpd ended with status $status; is port $port in use?"
+echo "The example site has stopped."
