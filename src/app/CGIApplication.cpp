@@ -172,10 +172,10 @@ void CGIApplication::MakeRequestObjects(TaggedFile* image)
 void CGIApplication::MakeVM(const String& name)
 {
     ZephVM* const kNoParent = nullptr;
-    m_vm = new ZephVM(name.data(), name.length(), this, m_dictionary, m_system_variables,
-                      m_global_variables, m_segments, m_functions, m_calls, m_commerce, m_databases,
-                      m_languages, m_localized, heartbeat(), cancelled_flag(), exit_flag(),
-                      kNoParent);
+    m_vm =
+        new ZephVM(name.data(), name.length(), this, m_dictionary, m_system_variables,
+                   m_global_variables, m_segments, m_functions, m_calls, m_commerce, m_databases,
+                   m_languages, m_localized, heartbeat(), cancelled_flag(), exit_flag(), kNoParent);
     m_current_vm = m_vm;
 }
 

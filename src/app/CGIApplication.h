@@ -87,18 +87,18 @@ private:
     void OutputCookie();
     void WaitForTaskEvent(long until, Zeph_PathType type, const char* path);
 
-    ExternalConfig* m_config = nullptr;             // owned
-    UNIXFileManager* m_filemanager;                 // owned
-    UNIXExternalLibraryManager* m_librarymanager;   // owned
-    Output* m_output;                               // owned
-    HTTPOutput* m_http_output;                      // the first output
+    ExternalConfig* m_config = nullptr;            // owned
+    UNIXFileManager* m_filemanager;                // owned
+    UNIXExternalLibraryManager* m_librarymanager;  // owned
+    Output* m_output;                              // owned
+    HTTPOutput* m_http_output;                     // the first output
 
     int m_argc;
-    char** m_argv;               // the process's own
-    char** m_arguments;          // owned copies
+    char** m_argv;       // the process's own
+    char** m_arguments;  // owned copies
     int m_argument_count;
-    size_t m_arguments_size;     // of the originals, a NUL for each included
-    const char* m_basename;      // in m_arguments
+    size_t m_arguments_size;  // of the originals, a NUL for each included
+    const char* m_basename;   // in m_arguments
     char m_current_directory[512];
     char m_hostname[256];
     const char* m_path_info;     // in the environment; null when unset

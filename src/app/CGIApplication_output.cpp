@@ -55,8 +55,8 @@ String DateInGMT(time_t seconds)
     gmtime_r(&seconds, &parts);
     char date[64];
     snprintf(date, sizeof date, "%s, %02d-%s-%d %02d:%02d:%02d GMT", days[parts.tm_wday],
-             parts.tm_mday, months[parts.tm_mon], parts.tm_year + 1900, parts.tm_hour,
-             parts.tm_min, parts.tm_sec);
+             parts.tm_mday, months[parts.tm_mon], parts.tm_year + 1900, parts.tm_hour, parts.tm_min,
+             parts.tm_sec);
     return date;
 }
 

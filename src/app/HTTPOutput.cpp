@@ -108,8 +108,8 @@ int HTTPOutput::Header(const char* name, int name_length, int name_owned, const 
     if (m_headers_sent)
         return Output::Header(name, name_length, name_owned, value, value_length, value_owned);
     delete m_headers.Remove(name, name_length);
-    m_headers.Insert(new HTTPOutput_Header(name, name_length, name_owned, value, value_length,
-                                           value_owned));
+    m_headers.Insert(
+        new HTTPOutput_Header(name, name_length, name_owned, value, value_length, value_owned));
     return 1;
 }
 

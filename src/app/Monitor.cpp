@@ -71,9 +71,8 @@ int Monitor::Wait(const timespec& until)
     // The count may have moved between Unlock and here, by a handler as well: the
     // system compares it before it sleeps.
     while (__atomic_load_n(&m_count, __ATOMIC_ACQUIRE) == seen && result == 0) {
-        long failed = Futex(&m_count,
-                            FUTEX_WAIT_BITSET | FUTEX_PRIVATE_FLAG | FUTEX_CLOCK_REALTIME, seen,
-                            &until);
+        long failed = Futex(&m_count, FUTEX_WAIT_BITSET | FUTEX_PRIVATE_FLAG | FUTEX_CLOCK_REALTIME,
+                            seen, &until);
         if (failed && errno != EINTR && errno != EAGAIN)
             result = errno;
     }

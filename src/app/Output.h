@@ -11,9 +11,16 @@
 class Output {
 public:
     // Bits of flags(): how Write_Compressed treats white space.
-    enum Flags { kCompressFast = 1, kCompressFull = 2 };
+    enum Flags {
+        kCompressFast = 1,
+        kCompressFull = 2
+    };
     // What type() answers.
-    enum Type { kBuffered = 0, kHTTP = 1, kNull = 2 };
+    enum Type {
+        kBuffered = 0,
+        kHTTP = 1,
+        kNull = 2
+    };
 
     Output() {}
     Output(const Output&) = delete;

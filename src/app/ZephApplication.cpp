@@ -119,8 +119,7 @@ char* ZephApplication::EncodeJavaScriptString(const char* text, int length, int*
     return ::EncodeJavaScriptString(text, length, out_length, out_capacity, CharacterSetIsUTF8());
 }
 
-char* ZephApplication::StripNULLs(const char* text, int length, int* out_length,
-                                  int* out_capacity)
+char* ZephApplication::StripNULLs(const char* text, int length, int* out_length, int* out_capacity)
 {
     return ::StripNULLs(text, length, out_length, out_capacity);
 }

@@ -61,7 +61,9 @@ ConfigValue::ConfigValue(int key, int value) : m_key(key), m_integer(value) {}
 ConfigValue::ConfigValue(int key, const char* text, int length, int owned)
     : m_key(key),
       m_text(text),
-      m_length(length >= 0 ? length : text ? int(strlen(text)) : 0),
+      m_length(length >= 0 ? length
+               : text      ? int(strlen(text))
+                           : 0),
       m_owned(owned)
 {
 }

@@ -88,7 +88,8 @@ bool ExternalConfig::Load(const char* path, int flags, void* arguments, int argu
     m_table = entry();
     if (!m_table)
         return Failed("Unable to retrieve configuration descriptor table");
-    if (!m_table->init || m_table->init(this, &m_library_data, flags, arguments, argument_count) == 0)
+    if (!m_table->init ||
+        m_table->init(this, &m_library_data, flags, arguments, argument_count) == 0)
         return true;
     return LibraryFailed("Error initializing configuration library");
 }
@@ -101,8 +102,7 @@ bool ExternalConfig::LoadScriptConfig(const char* script, File* file)
         return Failed(
             "Configuration library uses no longer supported v1 API script-specific configuration "
             "load method");
-    if (!m_table->script_config ||
-        m_table->script_config(this, &m_library_data, script, file) == 0)
+    if (!m_table->script_config || m_table->script_config(this, &m_library_data, script, file) == 0)
         return true;
     return LibraryFailed("Error loading script-specific configuration");
 }

@@ -68,8 +68,8 @@ private:
     bool LibraryFailed(const char* otherwise);
 
     ZephApplication* m_application;
-    void* m_library_data = nullptr;               // the library's own
-    const zpConfig_Library* m_table = nullptr;    // the library's
+    void* m_library_data = nullptr;             // the library's own
+    const zpConfig_Library* m_table = nullptr;  // the library's
     String m_error;
     ExternalCallManager* m_calls;
     CommerceLibraryManager* m_commerce;

@@ -17,8 +17,9 @@
 // again after a removal; equal keys stand side by side, the oldest first. Neither
 // buckets nor slots are allocated before the first insertion, so an empty table costs
 // only itself. The bucket bits are an upper limit: most tables of a request hold a
-// few elements, so the buckets start few and grow with the slots up to that limit. A table that is an owner deletes its elements
-// when it ends; a copy shares the elements of its source and never owns them.
+// few elements, so the buckets start few and grow with the slots up to that limit. A table that is
+// an owner deletes its elements when it ends; a copy shares the elements of its source and never
+// owns them.
 template <class T>
 class HashTable {
 public:
@@ -126,10 +127,11 @@ public:
             return nullptr;
         HashTable* self = const_cast<HashTable*>(this);
         int order = 1;
-        int slot = m_chains.Walk(m_chains.Bucket(self->hash(element)), m_count, nullptr, [&](int candidate) {
-            order = self->Compare(m_entries[candidate], element);
-            return order >= 0;
-        });
+        int slot = m_chains.Walk(m_chains.Bucket(self->hash(element)), m_count, nullptr,
+                                 [&](int candidate) {
+                                     order = self->Compare(m_entries[candidate], element);
+                                     return order >= 0;
+                                 });
         return slot < 0 || order != 0 ? nullptr : m_entries[slot];
     }
 

@@ -12,7 +12,11 @@
 class Variable {
 public:
     // The form in which a value was last set.
-    enum PrimaryType { kNone = 0, kText = 1, kInteger = 2 };
+    enum PrimaryType {
+        kNone = 0,
+        kText = 1,
+        kInteger = 2
+    };
 
     Variable() {}
     // A NULL value. A length of -1 here and below means that the text ends at its NUL.
@@ -45,7 +49,10 @@ public:
     virtual void DecRefCount();
 
 private:
-    enum ValidForm { kTextValid = 1, kIntegerValid = 2 };
+    enum ValidForm {
+        kTextValid = 1,
+        kIntegerValid = 2
+    };
 
     void SetForm(int valid, PrimaryType primary);
 

@@ -90,7 +90,8 @@ int VariableHash::Insert(int dictionary_index, const char* name, int length, Var
 void VariableHash::Grow()
 {
     int capacity = m_capacity == 0 && m_block > 0 ? m_block : m_capacity + kGrowth;
-    m_entries = static_cast<_VH_Entry*>(GrownMemory(m_entries, size_t(capacity), sizeof(_VH_Entry)));
+    m_entries =
+        static_cast<_VH_Entry*>(GrownMemory(m_entries, size_t(capacity), sizeof(_VH_Entry)));
     m_chains.Grow(capacity);
     m_capacity = capacity;
 }

@@ -3,7 +3,10 @@
 
 // What a runtime error in a tag does.
 struct TagErrorSetting {
-    enum Bits { kDisplay = 1, kFatal = 2 };
+    enum Bits {
+        kDisplay = 1,
+        kFatal = 2
+    };
 
     int id;                      // equal to the row's position
     const char* tag_name;        // printed in messages

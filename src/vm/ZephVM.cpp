@@ -22,20 +22,23 @@ int Polled(const int* flag)
 
 unsigned int Dword(const unsigned char* bytes)
 {
-    return bytes[0] | unsigned(bytes[1]) << 8 | unsigned(bytes[2]) << 16 |
-           unsigned(bytes[3]) << 24;
+    return bytes[0] | unsigned(bytes[1]) << 8 | unsigned(bytes[2]) << 16 | unsigned(bytes[3]) << 24;
 }
 
 double Double(const unsigned char* bytes)
 {
-    unsigned long long bits = Dword(bytes) | static_cast<unsigned long long>(Dword(bytes + 4)) << 32;
+    unsigned long long bits = Dword(bytes) | static_cast<unsigned long long>(Dword(bytes + 4))
+                                                 << 32;
     double value;
     memcpy(&value, &bits, sizeof value);
     return value;
 }
 
 // The two bits that say what an operand is; 0 and 3 mean none.
-enum OperandForm { kIntegerOperand = 1, kDoubleOperand = 2 };
+enum OperandForm {
+    kIntegerOperand = 1,
+    kDoubleOperand = 2
+};
 
 }  // namespace
 
@@ -43,8 +46,7 @@ ZephVM::ZephVM(const char* path, int length, ZephApplication* application, Dicti
                VariableHash* system_variables, VariableHash* global_variables,
                SegmentManager* segments, FunctionManager*, ExternalCallManager*,
                CommerceLibraryManager*, ExternalDatabaseLibraryManager*, LocalizedLanguages*,
-               LocalizedDictionary*, int* heartbeat, int* cancelled, int* exit_flag,
-               ZephVM* parent)
+               LocalizedDictionary*, int* heartbeat, int* cancelled, int* exit_flag, ZephVM* parent)
     : m_path(path, length),
       m_heartbeat(heartbeat || !parent ? heartbeat : parent->m_heartbeat),
       m_cancelled(cancelled || !parent ? cancelled : parent->m_cancelled),

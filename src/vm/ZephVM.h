@@ -33,12 +33,11 @@ public:
     // `path` is the compiled file's. The three ints are polled: they may be null for
     // a child, which then takes its parent's. `parent` is null for the root.
     ZephVM(const char* path, int length, ZephApplication* application, Dictionary* dictionary,
-           VariableHash* system_variables, VariableHash* global_variables,
-           SegmentManager* segments, FunctionManager* functions,
-           ExternalCallManager* external_calls, CommerceLibraryManager* commerce,
-           ExternalDatabaseLibraryManager* databases, LocalizedLanguages* languages,
-           LocalizedDictionary* localized, int* heartbeat, int* cancelled, int* exit_flag,
-           ZephVM* parent);
+           VariableHash* system_variables, VariableHash* global_variables, SegmentManager* segments,
+           FunctionManager* functions, ExternalCallManager* external_calls,
+           CommerceLibraryManager* commerce, ExternalDatabaseLibraryManager* databases,
+           LocalizedLanguages* languages, LocalizedDictionary* localized, int* heartbeat,
+           int* cancelled, int* exit_flag, ZephVM* parent);
     ZephVM(const ZephVM&) = delete;
     ZephVM& operator=(const ZephVM&) = delete;
     // Ended by Shutdown and the last child's end, not by delete.
@@ -63,6 +62,8 @@ public:
     const String& path() const { return m_path; }
     ZephApplication* application() const { return m_application; }
     ZephVM_Frame* frame() const { return m_frame; }
+    // The tick that the machine noticed last.
+    int last_heartbeat() const { return m_last_heartbeat; }
 
 private:
     // The loop.

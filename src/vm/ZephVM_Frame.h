@@ -10,7 +10,12 @@ class ZephVM_Stack;
 class ZephVM_Frame {
 public:
     // What the end of a segment means in the frame: see ZephVM::Go.
-    enum Type { kRoot = 0, kFunction = 1, kFilter = 2, kAsync = 3 };
+    enum Type {
+        kRoot = 0,
+        kFunction = 1,
+        kFilter = 2,
+        kAsync = 3
+    };
 
     ZephVM_Frame() {}
     ZephVM_Frame(const ZephVM_Frame&) = delete;

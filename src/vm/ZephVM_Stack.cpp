@@ -101,14 +101,14 @@ int ZephVM_Stack::PopI()
         return 0;
     int value = 0;
     switch (entry->kind) {
-    case Stack_Entry::kInteger:
-        return entry->integer;
-    case Stack_Entry::kString:
-        value = stoi(entry->string, entry->length, nullptr);
-        break;
-    case Stack_Entry::kVariable:
-        value = entry->variable->value_integer();
-        break;
+        case Stack_Entry::kInteger:
+            return entry->integer;
+        case Stack_Entry::kString:
+            value = stoi(entry->string, entry->length, nullptr);
+            break;
+        case Stack_Entry::kVariable:
+            value = entry->variable->value_integer();
+            break;
     }
     Release(entry);
     return value;
@@ -124,16 +124,16 @@ const char* ZephVM_Stack::PopS(int* length, int* capacity, int* owned)
     if (!entry)
         return nullptr;
     switch (entry->kind) {
-    case Stack_Entry::kInteger:
-        *owned = 1;
-        return itos(entry->integer, length, capacity);
-    case Stack_Entry::kString:
-        *length = entry->length;
-        *capacity = entry->capacity;
-        *owned = entry->owned;
-        return entry->string;
-    case Stack_Entry::kVariable:
-        return VariableText(entry, length, capacity, owned);
+        case Stack_Entry::kInteger:
+            *owned = 1;
+            return itos(entry->integer, length, capacity);
+        case Stack_Entry::kString:
+            *length = entry->length;
+            *capacity = entry->capacity;
+            *owned = entry->owned;
+            return entry->string;
+        case Stack_Entry::kVariable:
+            return VariableText(entry, length, capacity, owned);
     }
     return nullptr;
 }
@@ -187,19 +187,19 @@ int ZephVM_Stack::PopV(Variable* target)
     if (!entry)
         return 0;
     switch (entry->kind) {
-    case Stack_Entry::kInteger:
-        target->SetValue_Integer(entry->integer);
-        return 1;
-    case Stack_Entry::kString:
-        if (!entry->owned)
-            target->SetValue(entry->string, entry->length);
-        else
-            target->SetValue_Nocopy(const_cast<char*>(entry->string), entry->length,
-                                    entry->capacity);
-        return 1;
-    case Stack_Entry::kVariable:
-        target->SetValue(*entry->variable);
-        break;
+        case Stack_Entry::kInteger:
+            target->SetValue_Integer(entry->integer);
+            return 1;
+        case Stack_Entry::kString:
+            if (!entry->owned)
+                target->SetValue(entry->string, entry->length);
+            else
+                target->SetValue_Nocopy(const_cast<char*>(entry->string), entry->length,
+                                        entry->capacity);
+            return 1;
+        case Stack_Entry::kVariable:
+            target->SetValue(*entry->variable);
+            break;
     }
     Release(entry);
     return 1;

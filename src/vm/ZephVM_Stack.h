@@ -8,7 +8,11 @@ class ZephVM;
 // reference count; what is not owned is borrowed from the dictionary, a variable or
 // another entry, and need not be NUL-terminated.
 struct Stack_Entry {
-    enum Kind { kInteger = 0, kString = 2, kVariable = 3 };
+    enum Kind {
+        kInteger = 0,
+        kString = 2,
+        kVariable = 3
+    };
 
     int kind;
     unsigned char owned;

@@ -142,9 +142,13 @@ TEST_F(VariableHashFileTest, EveryCutIsAShortReadAndKeepsTheTable)
 TEST_F(VariableHashFileTest, SuccessfulReadReleasesTheOldVariables)
 {
     ASSERT_EQ(ReadError(GoodTable()), "");
-    ASSERT_TRUE(m_table.Index(1, 1));
+    Variable* variable = m_table.Index(1, 1);
+    ASSERT_TRUE(variable);
+    variable->IncRefCount();
     ASSERT_EQ(ReadError(GoodTable()), "");
     EXPECT_EQ(m_table.Index(1, 0), nullptr);
+    EXPECT_EQ(variable->refcount(), 1);
+    variable->DecRefCount();
 }
 
 TEST_F(VariableHashFileTest, MissingSectionTakesTheFilesError)

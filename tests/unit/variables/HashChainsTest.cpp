@@ -1,0 +1,117 @@
+#include "variables/HashChains.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+bool Never(int)
+{
+    return false;
+}
+
+TEST(HashChains, AnEmptyTableHasNoChains)
+{
+    HashChains chains(28);
+    EXPECT_EQ(chains.buckets(), 1u << 28);
+    EXPECT_EQ(chains.Head(0), -1);
+    EXPECT_EQ(chains.Head((1u << 28) - 1), -1);
+    EXPECT_EQ(chains.Next(0), -1);
+    EXPECT_EQ(chains.capacity(), 0);
+}
+
+TEST(HashChains, BitsAreTakenModulo32)
+{
+    EXPECT_EQ(HashChains(32).buckets(), 1u);
+    EXPECT_EQ(HashChains(0).buckets(), 1u);
+    EXPECT_EQ(HashChains(3).Bucket(0xFFu), 7u);
+}
+
+TEST(HashChains, NewSlotsAreUnlinked)
+{
+    HashChains chains(2);
+    chains.Grow(3);
+    for (int slot = 0; slot < 3; ++slot)
+        EXPECT_EQ(chains.Next(slot), -1);
+    chains.SetNext(2, 1);
+    chains.Grow(5);
+    EXPECT_EQ(chains.Next(2), 1);
+    EXPECT_EQ(chains.Next(4), -1);
+    chains.Grow(2);
+    EXPECT_EQ(chains.capacity(), 5);
+}
+
+TEST(HashChains, LinkGoesInFrontOfTheFirstThatGoesBehind)
+{
+    HashChains chains(0);
+    chains.Grow(3);
+    chains.Link(0, 0, 0, Never);
+    chains.Link(0, 1, 1, Never);
+    chains.Link(0, 2, 2, [](int slot) { return slot == 1; });
+    EXPECT_EQ(chains.Head(0), 0);
+    EXPECT_EQ(chains.Next(0), 2);
+    EXPECT_EQ(chains.Next(2), 1);
+    EXPECT_EQ(chains.Next(1), -1);
+    EXPECT_EQ(chains.occupied(), 1);
+}
+
+TEST(HashChains, LinkInFrontOfTheHeadChangesTheBucket)
+{
+    HashChains chains(0);
+    chains.Grow(2);
+    chains.Link(0, 0, 0, Never);
+    chains.Link(0, 1, 1, [](int) { return true; });
+    EXPECT_EQ(chains.Head(0), 1);
+    EXPECT_EQ(chains.Next(1), 0);
+}
+
+TEST(HashChains, WalkingACycleEndsAfterAsManyStepsAsThereAreSlots)
+{
+    HashChains chains(0);
+    chains.Grow(2);
+    chains.SetHead(0, 0);
+    chains.SetNext(0, 1);
+    chains.SetNext(1, 0);
+    int steps = 0;
+    EXPECT_EQ(chains.Walk(0, 2, nullptr,
+                          [&](int) {
+                              ++steps;
+                              return false;
+                          }),
+              -1);
+    EXPECT_EQ(steps, 2);
+}
+
+TEST(HashChains, WalkingEndsAtASlotThatDoesNotExist)
+{
+    static const int outside[] = {2, 1000, -2, 0x7FFFFFFF, int(0x80000000u)};
+    for (int slot : outside) {
+        SCOPED_TRACE(slot);
+        HashChains chains(1);
+        chains.Grow(2);
+        chains.SetHead(0, 0);
+        chains.SetNext(0, slot);
+        int before = 7;
+        EXPECT_EQ(chains.Walk(0, 2, &before, Never), -1);
+        EXPECT_EQ(before, 0);
+        chains.SetHead(1, slot);
+        EXPECT_EQ(chains.Walk(1, 2, &before, Never), -1);
+        EXPECT_EQ(before, -1);
+    }
+}
+
+TEST(HashChains, CopyFromSharesNothing)
+{
+    HashChains source(4);
+    source.Grow(2);
+    source.Link(5, 0, 0, Never);
+    source.Link(5, 1, 1, Never);
+    HashChains copy(4);
+    copy.CopyFrom(source);
+    source.SetNext(0, -1);
+    source.SetHead(5, 1);
+    EXPECT_EQ(copy.Head(5), 0);
+    EXPECT_EQ(copy.Next(0), 1);
+    EXPECT_EQ(copy.occupied(), 1);
+}
+
+}  // namespace
