@@ -1,5 +1,6 @@
 /* Times whole processes, in alternation, so that a change of the machine's pace hits
- * all alike.
+ * all alike, and in another order each round, since who runs behind a large process
+ * finds the caches cold.
  *
  *   bench_spawn ROUNDS < CONTENDERS
  *
@@ -89,6 +90,16 @@ static void run(struct contender* contender, int round)
         contender->resident = usage.ru_maxrss;
 }
 
+static void shuffle(int* order, int count)
+{
+    for (int i = count - 1; i > 0; --i) {
+        int other = rand() % (i + 1);
+        int swapped = order[i];
+        order[i] = order[other];
+        order[other] = swapped;
+    }
+}
+
 int main(int argc, char** argv)
 {
     static struct contender contenders[kMostContenders];
@@ -98,9 +109,14 @@ int main(int argc, char** argv)
     int count = 0;
     while (count < kMostContenders && fgets(contenders[count].line, kLine, stdin))
         parse(&contenders[count++], rounds);
-    for (int round = 0; round < rounds; ++round)
+    int order[kMostContenders];
+    for (int i = 0; i < count; ++i)
+        order[i] = i;
+    for (int round = 0; round < rounds; ++round) {
+        shuffle(order, count);
         for (int i = 0; i < count; ++i)
-            run(&contenders[i], round);
+            run(&contenders[order[i]], round);
+    }
     printf("%-24s %10s %10s %8s %10s\n", "", "median ms", "fastest", "ratio", "KiB");
     double first = 0;
     for (int i = 0; i < count; ++i) {

@@ -1,0 +1,37 @@
+#ifndef ZEPH_EXTENSIONS_CONFIG_SETTINGS_H
+#define ZEPH_EXTENSIONS_CONFIG_SETTINGS_H
+
+#include "ErrorText.h"
+#include "SettingsFile.h"
+#include "SettingsParser.h"
+#include "zeph/extension.h"
+
+// What one request knows of the settings: the file as it was read at the start.
+//
+// A failure leaves its text in error(); what the file said above the faulty line stays
+// in force, so that the page with the error can name the administrator.
+class Settings {
+public:
+    Settings() : m_parser(&m_file, &m_error) {}
+
+    // Reads the file and hands over the libraries, tags and variables for all scripts.
+    bool Load(ExternalConfig* config);
+    // Hands over what stands below the headings that match a script.
+    bool LoadScript(ExternalConfig* config, const char* script);
+
+    // A setting for all scripts, or null.
+    const Statement* Find(int key) const;
+
+    char* error() { return m_error.text(); }
+
+private:
+    const char* AbsoluteRoot() const;
+    bool Apply(ExternalConfig* config, const Statement& statement);
+    bool ApplyBuiltin(ExternalConfig* config, const Statement& statement);
+
+    ErrorText m_error;
+    SettingsFile m_file;
+    SettingsParser m_parser;
+};
+
+#endif
