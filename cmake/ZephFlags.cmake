@@ -3,7 +3,7 @@ add_library(zeph_flags INTERFACE)
 target_compile_options(zeph_flags INTERFACE
     -Wall -Wextra -Wshadow -Werror
     -ffunction-sections -fdata-sections
-    $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti>)
+    $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti -fno-threadsafe-statics>)
 target_include_directories(zeph_flags INTERFACE
     ${PROJECT_SOURCE_DIR}/src ${PROJECT_SOURCE_DIR}/include)
 
@@ -13,14 +13,20 @@ if(ZEPH_SANITIZE)
     target_link_options(zeph_flags INTERFACE -fsanitize=${ZEPH_SANITIZE})
 endif()
 
+# The fuzzer steers by the paths that an input takes through all of our code.
+if(ZEPH_FUZZ)
+    target_compile_options(zeph_flags INTERFACE -fsanitize=fuzzer-no-link)
+endif()
+
 # Start-up is most of what a CGI request costs: the C++ library is linked in, so
-# that the loader has only the C library to find, and relocations are packed.
+# that the loader has only the C library to find, and symbols are bound at once: most
+# of them are used, and one by one they cost more.
 # The sanitizers bring a runtime of their own and need the shared library.
 add_library(zeph_program_flags INTERFACE)
 target_link_options(zeph_program_flags INTERFACE -Wl,--gc-sections)
 if(NOT ZEPH_SANITIZE)
     target_link_options(zeph_program_flags INTERFACE
-        -static-libstdc++ -static-libgcc -Wl,-O1 -Wl,--hash-style=gnu)
+        -static-libstdc++ -static-libgcc -Wl,-O1 -Wl,--hash-style=gnu -Wl,-z,now)
 endif()
 
 # zeph_folder(NAME SOURCE...): the object library of one folder of src/.

@@ -3,7 +3,6 @@
 #include <dlfcn.h>
 #include <errno.h>
 #include <fcntl.h>
-#include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
 #include <sys/stat.h>
@@ -76,7 +75,7 @@ int SettingsFile::Open(ErrorText* error)
 // `beside` is the path that was tried in vain, or empty.
 int SettingsFile::OpenSystemFile(const char* beside, ErrorText* error)
 {
-    SetPath("", 0, kSystemFile);
+    SetAbsolutePath("", 0, kSystemFile);
     int descriptor = OpenPath();
     if (descriptor != kNone)
         return descriptor;
@@ -91,27 +90,30 @@ int SettingsFile::OpenSystemFile(const char* beside, ErrorText* error)
     return kNone;
 }
 
-bool SettingsFile::SetPath(const char* directory, int directory_length, const char* name)
-{
-    int length = snprintf(m_path, kPathSize, "%.*s%s", directory_length, directory, name);
-    return length < kPathSize;
-}
-
 // Both parts may be relative to the current directory, which the runtime leaves soon.
+// No printf and no copies on the stack: every request passes here, and each page that
+// is touched for the first time costs more than the whole path.
 bool SettingsFile::SetAbsolutePath(const char* directory, int directory_length, const char* name)
 {
-    if (!SetPath(directory, directory_length, name))
+    const char** start = directory_length > 0 ? &directory : &name;
+    int used = 0;
+    if (**start != '/') {
+        if (!getcwd(m_path, kPathSize - 1))
+            return false;
+        used = int(strlen(m_path));
+        m_path[used++] = '/';
+    }
+    if (strncmp(*start, "./", 2) == 0) {
+        *start += 2;
+        if (directory_length > 0)
+            directory_length -= 2;
+    }
+    int name_length = int(strnlen(name, kPathSize));
+    if (used + directory_length + name_length >= kPathSize)
         return false;
-    if (*m_path == '/')
-        return true;
-    char relative[kPathSize];
-    const char* start = strncmp(m_path, "./", 2) == 0 ? m_path + 2 : m_path;
-    memcpy(relative, start, strlen(start) + 1);
-    char current[kPathSize];
-    if (!getcwd(current, kPathSize - 1))
-        return false;
-    strcat(current, "/");
-    return SetPath(current, int(strlen(current)), relative);
+    memcpy(m_path + used, directory, size_t(directory_length));
+    memcpy(m_path + used + directory_length, name, size_t(name_length) + 1);
+    return true;
 }
 
 // Any address within the library tells its path; that of an exported function would be

@@ -37,7 +37,6 @@ private:
 
     int Open(ErrorText* error);
     int OpenSystemFile(const char* beside, ErrorText* error);
-    bool SetPath(const char* directory, int directory_length, const char* name);
     bool SetAbsolutePath(const char* directory, int directory_length, const char* name);
     bool SetPathBesideLibrary();
     int OpenPath() const;

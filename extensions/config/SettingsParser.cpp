@@ -43,7 +43,6 @@ const LineForm line_forms[] = {
 
 const char kHeading[] = "[script";
 const int kHighestErrorSetting = 3;
-const bool kFilled = true;
 
 bool IsBlank(char byte)
 {

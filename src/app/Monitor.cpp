@@ -8,17 +8,6 @@
 
 namespace {
 
-struct SignalSet {
-    sigset_t signals;
-    SignalSet()
-    {
-        sigemptyset(&signals);
-        static const int numbers[] = {SIGHUP, SIGINT, SIGQUIT, SIGPIPE, SIGTERM};
-        for (int number : numbers)
-            sigaddset(&signals, number);
-    }
-};
-
 long Futex(unsigned int* word, int operation, unsigned int value, const timespec* until)
 {
     return syscall(SYS_futex, word, operation, value, until, nullptr, FUTEX_BITSET_MATCH_ANY);
@@ -28,6 +17,7 @@ long Futex(unsigned int* word, int operation, unsigned int value, const timespec
 
 Monitor::Monitor()
 {
+    Signals();
     pthread_mutex_init(&m_mutex, nullptr);
 }
 
@@ -36,10 +26,19 @@ Monitor::~Monitor()
     pthread_mutex_destroy(&m_mutex);
 }
 
+// Filled by the first monitor, before there is a second thread.
 const sigset_t* Monitor::Signals()
 {
-    static const SignalSet set;
-    return &set.signals;
+    static const int numbers[] = {SIGHUP, SIGINT, SIGQUIT, SIGPIPE, SIGTERM};
+    static sigset_t signals;
+    static bool is_filled;
+    if (is_filled)
+        return &signals;
+    sigemptyset(&signals);
+    for (int number : numbers)
+        sigaddset(&signals, number);
+    is_filled = true;
+    return &signals;
 }
 
 void Monitor::Lock()

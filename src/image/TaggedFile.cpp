@@ -14,7 +14,7 @@ namespace {
 
 // How much is read ahead. A usual image fits and then costs one read in all; a
 // read of half of this or more goes straight to where it is wanted.
-const int kWindow = 32768;
+const int kWindow = 16384;
 
 // A directory up to this size is made room for without a look at the file.
 const int kTrustedDirectory = 65536;

@@ -16,8 +16,8 @@
 // Elements stay in the order of insertion, each in a slot of its own that is not used
 // again after a removal; equal keys stand side by side, the oldest first. Neither
 // buckets nor slots are allocated before the first insertion, so an empty table costs
-// only itself. The bucket bits are an upper limit: most tables of a request hold a
-// few elements, so the buckets start few and grow with the slots up to that limit. A table that is
+// only itself. The bucket bits and the first capacity are upper limits: most tables of
+// a request hold a few elements, so memory starts small and grows up to these limits. A table that is
 // an owner deletes its elements when it ends; a copy shares the elements of its source and never
 // owns them.
 template <class T>
@@ -44,7 +44,8 @@ public:
         m_chains.CopyFrom(other.m_chains);
         if (!other.m_entries)
             return;
-        m_entries = static_cast<T**>(GrownMemory(nullptr, size_t(m_capacity), sizeof(T*)));
+        m_room = other.m_room;
+        m_entries = static_cast<T**>(GrownMemory(nullptr, size_t(m_room), sizeof(T*)));
         memcpy(m_entries, other.m_entries, size_t(m_count) * sizeof(T*));
     }
     HashTable& operator=(const HashTable&) = delete;
@@ -103,7 +104,7 @@ public:
     // Files the element under its key, behind others of the same key.
     void Insert(T* element)
     {
-        if (!m_entries || m_count == m_capacity)
+        if (m_count == m_room)
             Grow();
         m_entries[m_count] = element;
         Link(&m_chains, m_count);
@@ -204,6 +205,7 @@ protected:
 
 private:
     static constexpr int kGrowth = 512;
+    static constexpr int kFirstRoom = 32;
     static constexpr int kFirstBits = 5;
     static constexpr int kAddedBits = 2;
 
@@ -221,7 +223,8 @@ private:
         return order == 0 ? slot : -1;
     }
 
-    // The first block, made when it is first needed, then always 512 slots more.
+    // The capacity rises by 512 slots when it is used up. Room is made for it step by
+    // step, since the first capacity is mostly far more than a table needs.
     void Grow()
     {
         if (m_count == m_capacity) {
@@ -229,8 +232,10 @@ private:
                 abort();
             m_capacity += kGrowth;
         }
-        m_entries = static_cast<T**>(GrownMemory(m_entries, size_t(m_capacity), sizeof(T*)));
-        m_chains.Grow(m_capacity);
+        int room = m_room < kFirstRoom ? kFirstRoom : m_room * 2;
+        m_room = m_room >= kGrowth || room > m_capacity ? m_capacity : room;
+        m_entries = static_cast<T**>(GrownMemory(m_entries, size_t(m_room), sizeof(T*)));
+        m_chains.Grow(m_room);
     }
 
     // Links the element of a slot, the last of its chains so far.
@@ -247,7 +252,7 @@ private:
     {
         int bits = m_chains.bits() + kAddedBits;
         HashChains more(bits < m_bits ? bits : m_bits);
-        more.Grow(m_capacity);
+        more.Grow(m_room);
         for (int slot = 0; slot < m_count; ++slot)
             if (m_entries[slot])
                 Link(&more, slot);
@@ -265,6 +270,7 @@ private:
     int m_bits;
     HashChains m_chains;
     T** m_entries = nullptr;  // owned; null before the first insertion
+    int m_room = 0;           // slots that m_entries and the chains have memory for
     int m_capacity;
     int m_count = 0;   // slots handed out
     int m_cursor = 0;  // -1 and m_count are the two ends

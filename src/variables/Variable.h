@@ -91,6 +91,9 @@ private:
 class NULLVariable : public ImmutableVariable {
 public:
     NULLVariable() : ImmutableVariable(true) {}
+
+    int value_integer() override { return 0; }
+    bool IsNULL() override { return true; }
 };
 
 #endif
