@@ -38,6 +38,8 @@ public:
     // Stops the run: the client is gone or a signal arrived.
     void Cancelled();
     int ConfigurationError(const String& message);
+    // The machine that runs at the moment, and that a sleep keeps alive; null for none.
+    ZephVM* current_vm() const { return m_current_vm; }
 
     FileManager* filemanager() override;
     ExternalLibraryManager* librarymanager() override;

@@ -70,7 +70,8 @@ void ZephApplication::SetDefaultDatabase(const char* text, int length)
 void ZephApplication::SetCharacterSet(const char* text, int length)
 {
     m_charset.Set(text, length);
-    m_charset_is_utf8 = strcasecmp(m_charset.text.data(), "utf-8") == 0;
+    const String& name = m_charset.text;
+    m_charset_is_utf8 = name.length() == 5 && strncasecmp(name.data(), "utf-8", 5) == 0;
 }
 
 void ZephApplication::Notify_RuntimeError(int, const String& text, bool show)

@@ -1,0 +1,97 @@
+// Any bytes as the code of a valid image, run by the machine.
+#include <signal.h>
+#include <string.h>
+#include <sys/time.h>
+
+#include "../unit/vm/TestApplication.h"
+#include "FuzzTarget.h"
+#include "image/Dictionary.h"
+#include "image/FunctionManager.h"
+#include "image/LocalizedDictionary.h"
+#include "image/LocalizedLanguages.h"
+#include "image/Segment.h"
+#include "image/SegmentManager.h"
+#include "variables/VariableHash.h"
+#include "vm/ZephVM.h"
+
+namespace {
+
+const size_t kMostOutput = 1 << 20;
+const int kMostTime = 5000;  // microseconds of processor time
+
+// `modgg`: a divisor of zero ends the process, as it is meant to.
+const unsigned char kTrapWord[] = {0x04, 0x53};
+
+int cancelled;
+
+void CancelRun(int)
+{
+    __atomic_store_n(&cancelled, 1, __ATOMIC_RELAXED);
+}
+
+// Endless loops are cancelled, as the heartbeat would. The clock counts this process's
+// own time and is not the one that the fuzzer uses.
+class RunClock {
+public:
+    RunClock()
+    {
+        cancelled = 0;
+        signal(SIGVTALRM, CancelRun);
+        Set(kMostTime);
+    }
+    ~RunClock() { Set(0); }
+
+private:
+    static void Set(int microseconds)
+    {
+        itimerval timer = {{0, microseconds}, {0, microseconds}};
+        setitimer(ITIMER_VIRTUAL, &timer, nullptr);
+    }
+};
+
+// A segment of exactly these bytes, without the word that traps.
+void SetCode(Segment* segment, const uint8_t* bytes, size_t size)
+{
+    char* code = Segment::AllocateCode(int(size));
+    if (size > 0)
+        memcpy(code, bytes, size);
+    for (size_t i = 0; i + 1 < size; ++i)
+        if (memcmp(code + i, kTrapWord, sizeof kTrapWord) == 0)
+            code[i] = 0;
+    int number = segment->number();
+    segment->~Segment();
+    new (segment) Segment(number, code, int(size), int(size));
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size)
+{
+    TestApplication application;
+    application.recorded.limit = kMostOutput;
+    application.recorded.limit_flag = &cancelled;
+    Dictionary dictionary;
+    for (const char* text : {"x.zp", "text", "-12", "0x7fffffff", "", " white  space ", "3.5"})
+        dictionary.Entry_Add(text, -1);
+    SystemVariableHash systems(&dictionary, 12, 512);
+    systems.SetVariable("sysone", -1, "system text", -1);
+    systems.Insert("systwo", -1);
+    VariableHash globals(&dictionary, 12, 512);
+    for (const char* name : {"one", "two", "three", "four"})
+        globals.Insert(name, -1);
+    SegmentManager segments;
+    SetCode(segments.Start(), bytes, size);
+    FunctionManager functions(&dictionary, 8);
+    LocalizedLanguages languages(&application, &dictionary, nullptr, 12, 8);
+    LocalizedDictionary localized;
+    int heartbeat = 1;
+    int exited = 0;
+
+    RunClock clock;
+    ZephVM* vm = new ZephVM("/www/x.zpc", -1, &application, &dictionary, &systems, &globals,
+                            &segments, &functions, nullptr, nullptr, nullptr, &languages,
+                            &localized, &heartbeat, &cancelled, &exited, nullptr);
+    vm->Go();
+    vm->Shutdown();
+    return 0;
+}

@@ -1,0 +1,92 @@
+#ifndef ZEPH_TESTS_UNIT_VM_TESTAPPLICATION_H
+#define ZEPH_TESTS_UNIT_VM_TESTAPPLICATION_H
+
+#include <string>
+#include <vector>
+
+#include "app/Output.h"
+#include "app/ZephApplication.h"
+
+// Keeps what is written, and which way it came.
+class RecordingOutput : public Output {
+public:
+    int Write(const char* bytes, int length) override
+    {
+        text.append(bytes, size_t(length));
+        ++writes;
+        if (limit && text.size() > limit)
+            *limit_flag = 1;
+        return length;
+    }
+    int Write_Compressed(const char* bytes, int length) override
+    {
+        compressed.append(bytes, size_t(length));
+        return length;
+    }
+    int Flush() override { return 0; }
+    int type() override { return kBuffered; }
+
+    std::string text;
+    std::string compressed;
+    int writes = 0;
+    size_t limit = 0;           // in bytes; 0 is none
+    int* limit_flag = nullptr;  // set when the limit is passed
+};
+
+// An application without a process around it: it records output and errors, and has
+// neither files nor settings.
+class TestApplication : public ZephApplication {
+public:
+    FileManager* filemanager() override { return nullptr; }
+    ExternalLibraryManager* librarymanager() override { return nullptr; }
+    Config* config() override { return nullptr; }
+    const char* basename() override { return "test"; }
+    const char* hostname() override { return "localhost"; }
+    const char* lasterror() override { return "Unknown error"; }
+    Output* output() override { return m_output; }
+    Output* SetOutput(Output* output) override
+    {
+        Output* former = m_output;
+        m_output = output;
+        return former;
+    }
+    char* MakeSessionID(int* length) override
+    {
+        *length = 0;
+        return new char[1]();
+    }
+    int processid() override { return 1; }
+    int threadid() override { return 1; }
+    const char* lockhostname() override { return "localhost"; }
+    int lockexpiration() override { return 90; }
+    int OutputError(const char* text, int length) override
+    {
+        errors.emplace_back(text, size_t(length));
+        return 0;
+    }
+    void Sleep(int) override {}
+    const String& GetUserID() override { return m_user; }
+    void AsynchronousSleep(long, Zeph_PathType, const char*) override {}
+    const char* process_name() override { return "test"; }
+    void SetProcessName(const char*, int) override {}
+
+    void Notify_FatalError(const String& text) override
+    {
+        fatal_errors.emplace_back(text.data(), size_t(text.length()));
+    }
+    void Notify_TimeoutError(const String& text) override
+    {
+        timeouts.emplace_back(text.data(), size_t(text.length()));
+    }
+
+    RecordingOutput recorded;
+    std::vector<std::string> errors;
+    std::vector<std::string> fatal_errors;
+    std::vector<std::string> timeouts;
+
+private:
+    Output* m_output = &recorded;
+    String m_user{"0"};
+};
+
+#endif
