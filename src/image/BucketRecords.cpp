@@ -30,14 +30,6 @@ bool Failed(String* error, const char* text)
     return false;
 }
 
-int CountHeads(const HashChains& chains)
-{
-    int heads = 0;
-    for (unsigned int bucket = 0; bucket < chains.buckets(); ++bucket)
-        heads += chains.Head(bucket) >= 0;
-    return heads;
-}
-
 }  // namespace
 
 bool ReadBucketHeader(TaggedFile* file, const BucketRecordRules& rules, BucketRecordHeader* header,
@@ -70,6 +62,7 @@ bool ReadBuckets(TaggedFile* file, const BucketRecordRules& rules, const BucketR
     }
     for (int i = 0; i < header.bucket_entries; ++i) {
         const unsigned char* record = records.bytes() + kRecordSize * i;
+        // Signed in every table, as each writer keeps its numbers below 0x8000.
         int index = GetSignedWord(record);
         if (index < 0 || unsigned(index) >= chains->buckets())
             return Failed(error, rules.index_fault);
@@ -82,7 +75,7 @@ bool ReadBuckets(TaggedFile* file, const BucketRecordRules& rules, const BucketR
 bool WriteBuckets(TaggedFile* file, const BucketRecordRules& rules, const HashChains& chains,
                   int count, String* error)
 {
-    int heads = CountHeads(chains);
+    int heads = chains.CountHeads();
     if (heads > kMaximumIndex)
         return Failed(error, rules.entries_fault);
     unsigned char header[kLargestHeader] = {};

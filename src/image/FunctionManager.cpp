@@ -6,10 +6,10 @@
 #include "image/BucketRecords.h"
 #include "image/Dictionary.h"
 #include "image/FunctionRecords.h"
-#include "variables/NameOrder.h"
 #include "image/SectionBytes.h"
 #include "image/TaggedFile.h"
 #include "image/little_endian.h"
+#include "variables/NameOrder.h"
 #include "variables/allocation.h"
 
 namespace {

@@ -25,8 +25,8 @@ public:
     LocalizedDictionary(const LocalizedDictionary&) = delete;
     LocalizedDictionary& operator=(const LocalizedDictionary&) = delete;
     virtual ~LocalizedDictionary();
-    virtual void Error(const String& text) { m_error = text; }
     virtual const String& error() { return m_error; }
+    virtual void Error(const String& text) { m_error = text; }
 
     // Null for an index out of range.
     LocalizedDictionaryEntry* Entry(int index)

@@ -3,10 +3,10 @@
 #include <stdlib.h>
 
 #include "image/BucketRecords.h"
-#include "variables/NameOrder.h"
 #include "image/SectionBytes.h"
 #include "image/TaggedFile.h"
 #include "image/little_endian.h"
+#include "variables/NameOrder.h"
 #include "variables/NamePool.h"
 #include "variables/allocation.h"
 

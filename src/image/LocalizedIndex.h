@@ -25,8 +25,8 @@ public:
     LocalizedIndex(const LocalizedIndex&) = delete;
     LocalizedIndex& operator=(const LocalizedIndex&) = delete;
     virtual ~LocalizedIndex();
-    virtual void Error(const String& text) { m_error = text; }
     virtual const String& error() { return m_error; }
+    virtual void Error(const String& text) { m_error = text; }
 
     int language() const { return m_language; }
     int Entries() const { return m_count; }

@@ -6,10 +6,10 @@
 #include "app/ZephApplication.h"
 #include "image/BucketRecords.h"
 #include "image/LocalizedIndex.h"
-#include "variables/NameOrder.h"
 #include "image/SectionBytes.h"
 #include "image/TaggedFile.h"
 #include "image/little_endian.h"
+#include "variables/NameOrder.h"
 #include "variables/NamePool.h"
 #include "variables/allocation.h"
 

@@ -31,8 +31,8 @@ public:
     LocalizedLanguages(const LocalizedLanguages&) = delete;
     LocalizedLanguages& operator=(const LocalizedLanguages&) = delete;
     virtual ~LocalizedLanguages();
-    virtual void Error(const String& text) { m_error = text; }
     virtual const String& error() { return m_error; }
+    virtual void Error(const String& text) { m_error = text; }
 
     int Entries() const { return m_count; }
 

@@ -51,7 +51,8 @@ public:
     int Write_Double(int position, double value);
 
     // Makes the capacity `wanted`, rounded up to a multiple of kBlock, the new
-    // room being zero. Never shrinks.
+    // room being zero. Never shrinks, and does nothing for a size that no segment
+    // can have.
     void Grow(int wanted);
 
     // Writes the bytes that count into the open section.

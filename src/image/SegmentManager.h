@@ -23,7 +23,12 @@ public:
     int capacity() const { return m_capacity; }
     // Number of the segment at which execution starts.
     int start() const { return m_start; }
-    void SetStart(int number) { m_start = number; }
+    // A number that no segment has is ignored.
+    void SetStart(int number)
+    {
+        if (number >= 0 && number < m_count)
+            m_start = number;
+    }
 
     // Null for a number out of range and for an empty slot.
     Segment* Get(int number) const

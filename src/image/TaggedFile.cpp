@@ -37,9 +37,11 @@ const String& TaggedFile::error()
     return m_error;
 }
 
+// A text that was never set, as of a file that has not failed, leaves the one at hand.
 void TaggedFile::Error(const String& text)
 {
-    m_error = text;
+    if (text.capacity() > 0)
+        m_error = text;
 }
 
 bool TaggedFile::Failed(const char* text)
@@ -298,6 +300,12 @@ void TaggedFile::DropWindow()
     m_window = nullptr;
 }
 
+// A read may give less than the file has, so a window cut short is not enough.
+bool TaggedFile::WindowEndsFile()
+{
+    return m_window_size < kWindow && m_window_offset + m_window_size >= FileLength();
+}
+
 // What the window has of the range; -1 when it cannot tell where the range starts.
 int TaggedFile::FromWindow(long offset, char* buffer, int count)
 {
@@ -305,7 +313,7 @@ int TaggedFile::FromWindow(long offset, char* buffer, int count)
         return -1;
     long held = m_window_offset + m_window_size - offset;
     if (held <= 0)
-        return m_window_size < kWindow ? 0 : -1;  // a window cut short ends the file
+        return WindowEndsFile() ? 0 : -1;
     int got = held < count ? int(held) : count;
     memcpy(buffer, m_window + (offset - m_window_offset), size_t(got));
     return got;
@@ -315,7 +323,7 @@ int TaggedFile::FromWindow(long offset, char* buffer, int count)
 int TaggedFile::Fetch(long offset, char* buffer, int count)
 {
     int got = FromWindow(offset, buffer, count);
-    if (got == count || (got >= 0 && m_window_size < kWindow))
+    if (got == count || (got >= 0 && WindowEndsFile()))
         return got;
     if (got < 0)
         got = 0;

@@ -80,7 +80,8 @@ public:
     // Appends to the open section; the number of bytes written, or negative.
     int Section_Write(const char* data, int count);
     void Section_End();
-    // Ends the open section, if any, and writes directory and header.
+    // Writes directory and header, once and last: what was written after the last
+    // Section_End is in no section.
     bool Section_Flush();
 
 private:
@@ -108,6 +109,7 @@ private:
     int Fetch(long offset, char* buffer, int count);
     bool FillWindow(long offset);
     void DropWindow();
+    bool WindowEndsFile();
 
     bool WriteAll(const char* data, int count);
     bool WriteHeader();

@@ -98,7 +98,6 @@ void TaggedFile::Section_End()
 
 bool TaggedFile::Section_Flush()
 {
-    Section_End();
     m_directory_offset = m_cursor;
     for (int i = 0; i < m_directory_entries; ++i) {
         char entry[kDirectoryEntrySize];

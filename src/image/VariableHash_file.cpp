@@ -64,6 +64,7 @@ bool VariableHash::Read(TaggedFile* file)
     free(m_entries);
     m_entries = entries;
     m_capacity = m_count = header.count;
+    m_block = 0;  // the first block was the file's
     m_chains.Swap(chains);
     return true;
 }

@@ -8,12 +8,12 @@
 //   heads:  bucket -> first slot of its chain
 //   next:   slot   -> following slot, -1 at the end
 //
-// A bucket array is large and mostly empty, and an image may ask for one of a
-// gigabyte with a header of a few bytes. So heads are stored as slot + 1 in memory
-// that the system gives out zeroed: an empty bucket costs no page, and the array
-// is not made before the first slot is linked. Chains that came from a file are
-// taken as they stand; walking one ends after as many steps as there are slots,
-// and at the first slot number that does not exist.
+// A table has far more buckets than slots, and an image may ask for 2 to the power of
+// 28 of them with a header of a few bytes. So there is no array of buckets: the heads
+// are kept in a small table of their own, by open addressing, which is made when the
+// first slot is linked and grows with the buckets that have a chain. Chains that came
+// from a file are taken as they stand; walking one ends after as many steps as there
+// are slots, and at the first slot number that does not exist.
 //
 // Knows neither names nor what a slot holds; copying is by CopyFrom only.
 class HashChains {
@@ -43,16 +43,18 @@ public:
     int occupied() const { return m_occupied; }
     void SetOccupied(int count) { m_occupied = count; }
 
-    // First slot of a bucket's chain, -1 for none.
-    int Head(unsigned int bucket) const { return m_heads ? m_heads[bucket] - 1 : -1; }
+    // First slot of a bucket's chain, negative for none.
+    int Head(unsigned int bucket) const
+    {
+        return m_heads ? m_heads[Place(m_heads, m_places, bucket)].slot : kNone;
+    }
     void SetHead(unsigned int bucket, int slot);
+    // How many buckets have a chain, counted.
+    int CountHeads() const;
 
     // The slot behind `slot`, -1 at the end or for a slot that does not exist.
     int Next(int slot) const { return slot >= 0 && slot < m_capacity ? m_next[slot] : -1; }
     void SetNext(int slot, int next) { m_next[slot] = next; }
-
-    // The next array itself, `capacity()` long; null when that is 0.
-    int* next() { return m_next; }
 
     // Walks the chain of `bucket` over at most `slots` slots, all below `slots`,
     // until `stop(slot)` is true. Gives that slot, else -1; `before`, when not
@@ -94,11 +96,34 @@ public:
     }
 
 private:
+    static constexpr int kNone = -1;
+    static constexpr unsigned int kNoBucket = 0xFFFFFFFF;  // no table has so many
+
+    struct ChainHead {
+        unsigned int bucket;  // kNoBucket for a free place
+        int slot;             // kNone where a chain has ended
+    };
+
+    // Where a bucket stands among `places` heads, a power of two that are not all
+    // taken, or the free place where it belongs.
+    static unsigned int Place(const ChainHead* heads, unsigned int places, unsigned int bucket)
+    {
+        const unsigned int kSpread = 2654435769u;  // 2 to the power of 32, by the golden ratio
+        unsigned int place = (bucket * kSpread >> 7) & (places - 1);
+        while (heads[place].bucket != bucket && heads[place].bucket != kNoBucket)
+            place = (place + 1) & (places - 1);
+        return place;
+    }
+    void MakeHeads(unsigned int places);
+    void GrowHeads();
+
     int m_bits;
     int m_occupied = 0;
     int m_capacity = 0;
-    int* m_heads = nullptr;  // owned, slot + 1; null while every bucket is empty
-    int* m_next = nullptr;   // owned
+    ChainHead* m_heads = nullptr;  // owned, m_places long; null while every bucket is empty
+    unsigned int m_places = 0;
+    unsigned int m_taken = 0;  // places that are not free
+    int* m_next = nullptr;     // owned
 };
 
 #endif

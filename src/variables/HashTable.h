@@ -16,8 +16,8 @@
 // Elements stay in the order of insertion, each in a slot of its own that is not used
 // again after a removal; equal keys stand side by side, the oldest first. Neither
 // buckets nor slots are allocated before the first insertion, so an empty table costs
-// only itself. The bucket bits and the first capacity are upper limits: most tables of
-// a request hold a few elements, so memory starts small and grows up to these limits. A table that is
+// only itself. Most tables of a request hold a few elements, so room is made for the
+// capacity step by step. A table that is
 // an owner deletes its elements when it ends; a copy shares the elements of its source and never
 // owns them.
 template <class T>
@@ -27,15 +27,13 @@ public:
     HashTable(int owner, int nocase, int bucket_bits, int block)
         : m_owner(owner),
           m_nocase(nocase),
-          m_bits(bucket_bits),
-          m_chains(bucket_bits < kFirstBits ? bucket_bits : kFirstBits),
+          m_chains(bucket_bits),
           m_capacity(block < 0 ? 0 : block)
     {
     }
     HashTable(const HashTable& other)
         : m_owner(0),
           m_nocase(other.m_nocase),
-          m_bits(other.m_bits),
           m_chains(other.m_chains.bits()),
           m_capacity(other.m_capacity),
           m_count(other.m_count),
@@ -91,14 +89,12 @@ public:
         return m_nocase ? memcmpi(left_key, key, length) : memcmp(left_key, key, size_t(length));
     }
 
-    // The hash of a key, cut to the table's bits. Here and below a length of -1 means
-    // that it ends at its NUL.
+    // The bucket of a key. Here and below a length of -1 means that it ends at its NUL.
     unsigned int hash(const char* key, int length) const
     {
         unsigned int bytes = unsigned(length < 0 ? int(strlen(key)) : length);
         auto start = reinterpret_cast<const unsigned char*>(key);
-        unsigned int full = m_nocase ? ::hashi(start, bytes, 0) : ::hash(start, bytes, 0);
-        return full & ((1u << (m_bits & 31)) - 1);
+        return m_chains.Bucket(m_nocase ? ::hashi(start, bytes, 0) : ::hash(start, bytes, 0));
     }
 
     // Files the element under its key, behind others of the same key.
@@ -107,10 +103,9 @@ public:
         if (m_count == m_room)
             Grow();
         m_entries[m_count] = element;
-        Link(&m_chains, m_count);
+        m_chains.Link(hash(element), m_count, m_count,
+                      [&](int slot) { return Compare(m_entries[slot], element) > 0; });
         ++m_count;
-        if (m_chains.bits() < m_bits && unsigned(m_count) / 2 > m_chains.buckets())
-            AddBuckets();
     }
 
     // The oldest element of that key, or null.
@@ -128,7 +123,7 @@ public:
             return nullptr;
         HashTable* self = const_cast<HashTable*>(this);
         int order = 1;
-        int slot = m_chains.Walk(m_chains.Bucket(self->hash(element)), m_count, nullptr,
+        int slot = m_chains.Walk(self->hash(element), m_count, nullptr,
                                  [&](int candidate) {
                                      order = self->Compare(m_entries[candidate], element);
                                      return order >= 0;
@@ -149,7 +144,7 @@ public:
         if (slot < 0)
             return nullptr;
         if (before < 0)
-            m_chains.SetHead(m_chains.Bucket(hash(key, length)), m_chains.Next(slot));
+            m_chains.SetHead(hash(key, length), m_chains.Next(slot));
         else
             m_chains.SetNext(before, m_chains.Next(slot));
         // Lowered by each removal, but raised by empty buckets only: the counter is
@@ -206,8 +201,6 @@ protected:
 private:
     static constexpr int kGrowth = 512;
     static constexpr int kFirstRoom = 32;
-    static constexpr int kFirstBits = 5;
-    static constexpr int kAddedBits = 2;
 
     // Slot of the oldest element of that key, or -1. Chains are sorted, so the first
     // greater key ends the search.
@@ -215,8 +208,7 @@ private:
     {
         HashTable* self = const_cast<HashTable*>(this);
         int order = 1;
-        unsigned int bucket = m_chains.Bucket(hash(key, length));
-        int slot = m_chains.Walk(bucket, m_count, before, [&](int candidate) {
+        int slot = m_chains.Walk(hash(key, length), m_count, before, [&](int candidate) {
             order = self->Compare(m_entries[candidate], key, length);
             return order >= 0;
         });
@@ -238,27 +230,6 @@ private:
         m_chains.Grow(m_room);
     }
 
-    // Links the element of a slot, the last of its chains so far.
-    void Link(HashChains* chains, int slot)
-    {
-        T* element = m_entries[slot];
-        chains->Link(chains->Bucket(hash(element)), slot, slot,
-                     [&](int other) { return Compare(m_entries[other], element) > 0; });
-    }
-
-    // Chains are sorted by key and, among equal keys, by age: linking all slots anew in
-    // their order gives the same order within each shorter chain.
-    void AddBuckets()
-    {
-        int bits = m_chains.bits() + kAddedBits;
-        HashChains more(bits < m_bits ? bits : m_bits);
-        more.Grow(m_room);
-        for (int slot = 0; slot < m_count; ++slot)
-            if (m_entries[slot])
-                Link(&more, slot);
-        m_chains.Swap(more);
-    }
-
     void DeleteElements()
     {
         for (int slot = 0; m_owner && slot < m_count; ++slot)
@@ -267,7 +238,6 @@ private:
 
     int m_owner;
     int m_nocase;
-    int m_bits;
     HashChains m_chains;
     T** m_entries = nullptr;  // owned; null before the first insertion
     int m_room = 0;           // slots that m_entries and the chains have memory for

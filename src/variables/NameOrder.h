@@ -5,8 +5,8 @@
 #include "primitives/memcmpi.h"
 #include "variables/HashChains.h"
 
-// How tables of names keep them in their chains: shorter names
-// first, names of one length by memcmpi, letter case being ignored throughout.
+// How tables of names keep them in their chains: shorter names first, names of one
+// length by memcmpi, letter case being ignored throughout.
 
 // The hash of a name, before it is cut down to a table's buckets.
 inline unsigned int NameHash(const char* name, int length)

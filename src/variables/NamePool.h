@@ -4,8 +4,8 @@
 // Texts known by index: what a table of named variables needs of the program's
 // dictionary, and all that this floor knows of it.
 //
-// Texts are counted, not terminated, and stay where they are for the life of the
-// pool: a caller may keep the pointer.
+// Texts are counted, not terminated. Adding texts moves none of them; what a pool
+// does beyond this interface may.
 class NamePool {
 public:
     virtual ~NamePool() {}

@@ -207,6 +207,7 @@ TEST_F(FunctionManagerTest, WriteLeavesItsSectionOpen)
     ASSERT_TRUE(m_file.Create(Path().c_str(), nullptr, 0));
     ASSERT_TRUE(m_functions.Write(&m_file));
     m_file.Section_Write("more", 4);
+    m_file.Section_End();
     ASSERT_TRUE(m_file.Section_Flush());
     ASSERT_TRUE(m_file.Open(Path().c_str(), 1));
     int size = 0;

@@ -177,6 +177,21 @@ TEST_F(LocalizedLanguagesTest, LanguageWithoutAnIndexIsAbsent)
     EXPECT_EQ(m_languages.Get_Language_Entry("fr", 2), nullptr);
 }
 
+TEST_F(LocalizedLanguagesTest, TheHandleIsGivenUpAfterAnIndexWasReadOrNot)
+{
+    for (const char* name : {"de", "fr"}) {
+        SCOPED_TRACE(name);
+        MemoryFile* file = new MemoryFile(&m_files, GoodImage().Bytes());
+        m_files.FileOpened(file);
+        ASSERT_TRUE(m_file.Open("name", file));
+        LocalizedLanguages languages(nullptr, &m_dictionary, &m_file, 12, 8);
+        ASSERT_TRUE(languages.Read());
+        EXPECT_EQ(file->deactivations, 0);
+        languages.Get_Language_Entry(name, 2);
+        EXPECT_EQ(file->deactivations, 1);
+    }
+}
+
 TEST_F(LocalizedLanguagesTest, ClosedFileHasNoIndex)
 {
     ASSERT_TRUE(Open(GoodImage()));

@@ -369,6 +369,36 @@ TEST_F(TaggedFileTest, DeactivatedFileReadsOn)
     EXPECT_EQ(ReadText(2), "34");
 }
 
+TEST_F(TaggedFileTest, DeactivateGivesTheHandleOfThePoolUp)
+{
+    MemoryFile* file = new MemoryFile(&m_files, TestImage().Add("aaaa", "12345").Bytes());
+    m_files.FileOpened(file);
+    ASSERT_TRUE(m_file.Open("name", file));
+    EXPECT_EQ(file->deactivations, 0);
+    m_file.Deactivate();
+    EXPECT_EQ(file->deactivations, 1);
+}
+
+TEST_F(TaggedFileTest, AnErrorThatWasNeverSetLeavesTheTextAtHand)
+{
+    m_file.Error("kept");
+    m_file.Error(String());
+    EXPECT_EQ(Error(), "kept");
+    m_file.Error("");
+    EXPECT_EQ(Error(), "");
+}
+
+TEST_F(TaggedFileTest, AReadThatGivesLessThanTheFileHasIsNotTheEnd)
+{
+    TestImage image;
+    image.Add("aaaa", std::string(300, 'a')).Add("bbbb", std::string(300, 'b'));
+    MemoryFile* file = new MemoryFile(&m_files, image.Bytes());
+    file->longest_read = 400;
+    ASSERT_TRUE(m_file.Open("name", file));
+    ASSERT_TRUE(m_file.Section_Read_Start(TagOf("bbbb"), nullptr));
+    EXPECT_EQ(ReadText(300), std::string(300, 'b'));
+}
+
 TEST_F(TaggedFileTest, OpeningAnotherFileForgetsTheFirst)
 {
     ASSERT_TRUE(Open(TestImage().Add("aaaa", "12345").Add("bbbb", "x")));

@@ -37,6 +37,7 @@ TEST_F(TaggedFileWriteTest, FlushPutsTheDirectoryBehindTheSections)
     m_file.Section_End();  // there is none to end
     m_file.Section_Start(0);
     EXPECT_EQ(m_file.Section_Write("6", 1), 1);
+    m_file.Section_End();
     ASSERT_TRUE(m_file.Section_Flush());
     m_file.Close();
     EXPECT_EQ(Saved(), std::string("Zeph\x0B\x00\x01\x00", 8) + std::string(16, '\0') +
@@ -53,6 +54,7 @@ TEST_F(TaggedFileWriteTest, DirectoryGrowsWithTheSections)
         m_file.Section_Start(1000 + i);
         EXPECT_EQ(m_file.Section_Write("x", 1), 1);
     }
+    m_file.Section_End();
     ASSERT_TRUE(m_file.Section_Flush());
     ASSERT_TRUE(m_file.Open(Path().c_str(), 1));
     for (int i = 0; i < 40; ++i)
@@ -68,6 +70,7 @@ TEST_F(TaggedFileWriteTest, CreateEmptiesAnOlderFileAndStartsAnew)
     ASSERT_TRUE(Create());
     m_file.Section_Start(TagOf("bbbb"));
     EXPECT_EQ(m_file.Section_Write("x", 1), 1);
+    m_file.Section_End();
     ASSERT_TRUE(m_file.Section_Flush());
     m_file.Close();
     EXPECT_EQ(Saved(), TestImage().Add("bbbb", "x").Bytes());

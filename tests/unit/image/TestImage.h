@@ -5,6 +5,7 @@
 #include <stdlib.h>
 #include <string.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -86,8 +87,8 @@ class ImageTest : public ::testing::Test {
 protected:
     ImageTest()
     {
-        char name[] = "/tmp/zeph_image_XXXXXX";
-        m_folder = mkdtemp(name);
+        m_folder = ::testing::TempDir() + "zeph_image_XXXXXX";
+        mkdtemp(m_folder.data());
     }
     ~ImageTest() override
     {
@@ -118,6 +119,7 @@ protected:
         TaggedFile file(&m_files);
         EXPECT_TRUE(file.Create(Path("written.zpc").c_str(), nullptr, 0));
         EXPECT_TRUE(write(&file));
+        file.Section_End();
         EXPECT_TRUE(file.Section_Flush());
         file.Close();
         std::string bytes = Saved("written.zpc");
@@ -149,6 +151,7 @@ public:
         }
         if (m_position >= long(m_bytes.size()))
             return 0;
+        length = std::min(length, longest_read);
         size_t got = m_bytes.copy(target, size_t(length), size_t(m_position));
         m_position += long(got);
         return int(got);
@@ -177,7 +180,7 @@ public:
     const char* Map(long, long) override { return nullptr; }
     bool Release() override { return false; }
     bool Activate(String&) override { return true; }
-    void Deactivate() override {}
+    void Deactivate() override { ++deactivations; }
 
     using File::Read;
     using File::Write;
@@ -185,6 +188,8 @@ public:
     int reads = 0;
     int seeks = 0;
     int lengths = 0;
+    int deactivations = 0;
+    int longest_read = 1 << 30;  // a read gives no more at once
     bool fail_reads = false;
     long fail_seeks_from = 1L << 40;
 

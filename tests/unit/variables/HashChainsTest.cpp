@@ -1,5 +1,7 @@
 #include "variables/HashChains.h"
 
+#include <sys/resource.h>
+
 #include <gtest/gtest.h>
 
 namespace {
@@ -97,6 +99,48 @@ TEST(HashChains, WalkingEndsAtASlotThatDoesNotExist)
         EXPECT_EQ(chains.Walk(1, 2, &before, Never), -1);
         EXPECT_EQ(before, -1);
     }
+}
+
+TEST(HashChains, ManyBucketsKeepTheirHeads)
+{
+    HashChains chains(28);
+    chains.Grow(1);
+    for (unsigned int bucket = 0; bucket < 1u << 28; bucket += 4099)
+        chains.SetHead(bucket, int(bucket % 1000));
+    for (unsigned int bucket = 0; bucket < 1u << 28; bucket += 4099)
+        ASSERT_EQ(chains.Head(bucket), int(bucket % 1000));
+    EXPECT_EQ(chains.Head(1), -1);
+    EXPECT_EQ(chains.CountHeads(), ((1 << 28) + 4098) / 4099);
+}
+
+TEST(HashChains, ABucketThatLostItsChainCountsNoMore)
+{
+    HashChains chains(4);
+    chains.Grow(1);
+    chains.SetHead(3, 0);
+    EXPECT_EQ(chains.CountHeads(), 1);
+    chains.SetHead(3, -1);
+    EXPECT_EQ(chains.CountHeads(), 0);
+    EXPECT_EQ(chains.Head(3), -1);
+}
+
+// A header of a few bytes may ask for a gigabyte of buckets, and every call copies its
+// function's table.
+TEST(HashChains, MemoryFollowsTheChainsAndNotTheBuckets)
+{
+    HashChains chains(28);
+    chains.Grow(1);
+    chains.SetHead((1u << 28) - 1, 0);
+    rusage before, after;
+    getrusage(RUSAGE_SELF, &before);
+    for (int i = 0; i < 100; ++i) {
+        HashChains copy(28);
+        copy.CopyFrom(chains);
+        ASSERT_EQ(copy.Head((1u << 28) - 1), 0);
+    }
+    getrusage(RUSAGE_SELF, &after);
+    const long kMegabyte = 1024;  // in units of ru_maxrss
+    EXPECT_LT(after.ru_maxrss - before.ru_maxrss, 16 * kMegabyte);
 }
 
 TEST(HashChains, CopyFromSharesNothing)
