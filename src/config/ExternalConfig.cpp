@@ -51,7 +51,7 @@ ExternalConfig::~ExternalConfig()
 
 ConfigValue* ExternalConfig::default_value(int key)
 {
-    int integer;
+    int integer = 0;
     if (m_table && key & ZPCONFIG_INTEGER && m_table->get_integer &&
         m_table->get_integer(this, &m_library_data, key, &integer) == 0)
         return new ConfigValue(key, integer);
@@ -60,7 +60,7 @@ ConfigValue* ExternalConfig::default_value(int key)
     int owned = 0;
     if (m_table && key & ZPCONFIG_STRING && m_table->get_string &&
         m_table->get_string(this, &m_library_data, key, &text, &length, &owned) == 0)
-        return new ConfigValue(key, text, length, owned);
+        return new ConfigValue(key, text, text ? length : 0, owned);
     return Config::default_value(key);
 }
 
@@ -98,6 +98,7 @@ bool ExternalConfig::LoadScriptConfig(const char* script, File* file)
 {
     if (!m_table)
         return false;
+    // The version is an int in a word of 8 bytes; the rest of the word is the library's.
     if (int(m_table->version) == kObsoleteVersion && m_table->script_config_version_1)
         return Failed(
             "Configuration library uses no longer supported v1 API script-specific configuration "

@@ -17,9 +17,8 @@
 // again after a removal; equal keys stand side by side, the oldest first. Neither
 // buckets nor slots are allocated before the first insertion, so an empty table costs
 // only itself. Most tables of a request hold a few elements, so room is made for the
-// capacity step by step. A table that is
-// an owner deletes its elements when it ends; a copy shares the elements of its source and never
-// owns them.
+// capacity step by step. A table that is an owner deletes its elements when it ends; a
+// copy shares the elements of its source and never owns them.
 template <class T>
 class HashTable {
 public:
@@ -103,7 +102,7 @@ public:
         if (m_count == m_room)
             Grow();
         m_entries[m_count] = element;
-        m_chains.Link(hash(element), m_count, m_count,
+        m_chains.Link(m_chains.Bucket(hash(element)), m_count, m_count,
                       [&](int slot) { return Compare(m_entries[slot], element) > 0; });
         ++m_count;
     }
@@ -123,7 +122,7 @@ public:
             return nullptr;
         HashTable* self = const_cast<HashTable*>(this);
         int order = 1;
-        int slot = m_chains.Walk(self->hash(element), m_count, nullptr,
+        int slot = m_chains.Walk(m_chains.Bucket(self->hash(element)), m_count, nullptr,
                                  [&](int candidate) {
                                      order = self->Compare(m_entries[candidate], element);
                                      return order >= 0;

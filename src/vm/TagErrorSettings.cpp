@@ -1,8 +1,8 @@
 #include "vm/TagErrorSettings.h"
 
-// 1 shows the message of a runtime error, 2 makes it fatal. Tags that touch the
-// outside world are not fatal, so that a script can test the error variable;
-// faults in program logic stop the script.
+// 1 shows the message of a runtime error, 2 makes it fatal. A file, a server or a
+// database may fail at any time, and the script looks at the error variable; a fault of
+// the script itself ends it.
 TagErrorSetting tag_default_errorsettings[kTagErrorRows] = {
     {0, "ZpIF", "ZpIF_Error", 3},
     {1, "ZpELSE", "ZpELSE_Error", 3},

@@ -78,13 +78,54 @@ ZephVM::~ZephVM()
     }
     m_null->DecRefCount();
     if (m_parent)
-        m_parent->Shutdown();
+        m_parent->Release();
 }
 
 void ZephVM::Shutdown()
 {
+    Release();
+}
+
+void ZephVM::Release()
+{
     if (--m_refcount == 0)
         delete this;
+}
+
+// Takes one operand of the given form from `bytes`, which moves behind it.
+inline void ZephVM::Fetch(unsigned int form, const unsigned char** bytes, unsigned int* integer,
+                   double* real)
+{
+    if (form == kIntegerOperand) {
+        *integer = Dword(*bytes);
+        *bytes += 4;
+    } else if (form == kDoubleOperand) {
+        *real = Double(*bytes);
+        *bytes += 8;
+    }
+}
+
+// Operands are taken by the word's bits alone, and may run past the end of the code:
+// every code buffer has spare zeros for that.
+inline int ZephVM::Dispatch()
+{
+    const unsigned char* bytes = m_code + m_pc;
+    unsigned int word = bytes[0] | unsigned(bytes[1]) << 8;
+    bytes += 2;
+    Fetch(word >> 14, &bytes, &m_a, &m_double_a);
+    Fetch(word >> 12 & 3, &bytes, &m_b, &m_double_b);
+    m_pc = unsigned(bytes - m_code);
+
+    switch (word) {
+#define ZEPH_OP(word, name, handler) \
+    case word:                       \
+        return handler;
+#define ZEPH_WORD(word, name)
+#include "vm/Instructions.def"
+#undef ZEPH_OP
+#undef ZEPH_WORD
+    }
+    return FatalError("Illegal Instruction");
 }
 
 // Before each instruction the loop reads the two flags that another thread or a
@@ -109,42 +150,6 @@ int ZephVM::Go()
             return 1;
         Dispatch();
     }
-}
-
-// Takes one operand of the given form from `bytes`, which moves behind it.
-void ZephVM::Fetch(unsigned int form, const unsigned char** bytes, unsigned int* integer,
-                   double* real)
-{
-    if (form == kIntegerOperand) {
-        *integer = Dword(*bytes);
-        *bytes += 4;
-    } else if (form == kDoubleOperand) {
-        *real = Double(*bytes);
-        *bytes += 8;
-    }
-}
-
-// Operands are taken by the word's bits alone, and may run past the end of the code:
-// every code buffer has spare zeros for that.
-int ZephVM::Dispatch()
-{
-    const unsigned char* bytes = m_code + m_pc;
-    unsigned int word = bytes[0] | unsigned(bytes[1]) << 8;
-    bytes += 2;
-    Fetch(word >> 14, &bytes, &m_a, &m_double_a);
-    Fetch(word >> 12 & 3, &bytes, &m_b, &m_double_b);
-    m_pc = unsigned(bytes - m_code);
-
-    switch (word) {
-#define ZEPH_OP(word, name, handler) \
-    case word:                       \
-        return handler;
-#define ZEPH_WORD(word, name)
-#include "vm/Instructions.def"
-#undef ZEPH_OP
-#undef ZEPH_WORD
-    }
-    return FatalError("Illegal Instruction");
 }
 
 int ZephVM::Set_Segment()

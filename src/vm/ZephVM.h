@@ -2,7 +2,6 @@
 #define ZEPH_VM_ZEPHVM_H
 
 #include "variables/StringClass.h"
-#include "variables/Variable.h"
 #include "vm/TagErrorSettings.h"
 
 class CommerceLibraryManager;
@@ -12,8 +11,10 @@ class ExternalDatabaseLibraryManager;
 class FunctionManager;
 class LocalizedDictionary;
 class LocalizedLanguages;
+class NULLVariable;
 class Segment;
 class SegmentManager;
+class Variable;
 class VariableHash;
 class ZephApplication;
 class ZephVM_Frame;
@@ -46,7 +47,7 @@ public:
     // Runs until the code ends, the machine halts or the script exits. 1 when it
     // ended normally, also by `exit`; 0 when halted.
     int Go();
-    // Gives up the creator's count; the object ends with its last child.
+    // Ends the machine for its creator; the object lives on until its last child ends.
     void Shutdown();
 
     // Keeps what waits for a sign of life going: called when the counter has moved,
@@ -62,10 +63,15 @@ public:
     const String& path() const { return m_path; }
     ZephApplication* application() const { return m_application; }
     ZephVM_Frame* frame() const { return m_frame; }
+    // What a run-time error of a tag does in this machine; `row` is below kTagErrorRows.
+    const TagErrorSetting& error_setting(int row) const { return m_error_settings[row]; }
     // The tick that the machine noticed last.
     int last_heartbeat() const { return m_last_heartbeat; }
 
 private:
+    // Gives one count back.
+    void Release();
+
     // The loop.
     int Dispatch();
     static void Fetch(unsigned int form, const unsigned char** bytes, unsigned int* integer,
@@ -73,7 +79,7 @@ private:
     int Set_Segment();
     int TimedOut();
 
-    // Handlers, each named after its instruction; the operands are in m_a and m_b.
+    // Handlers, each named after its instruction.
     int noop();
     int pushc();
     int pushi();
@@ -122,9 +128,10 @@ private:
     String m_error_prefix;
     TagErrorSetting m_error_settings[kTagErrorRows];
 
-    unsigned int m_a = 0;  // integer operands of the current instruction
+    // What Dispatch took from behind the word: the first and the second operand.
+    unsigned int m_a = 0;
     unsigned int m_b = 0;
-    double m_double_a = 0;  // floating operands of the current instruction
+    double m_double_a = 0;
     double m_double_b = 0;
 
     const unsigned char* m_code = nullptr;  // the loaded segment's, borrowed

@@ -26,14 +26,14 @@ struct Stack_Entry {
 };
 
 // The operand stack of one frame: values of several kinds, converted only when they
-// are popped, to the form that the popping instruction asks for. So a constant
-// travels from the dictionary to the output without a copy.
+// are popped, to the form that the popping instruction asks for. A constant that is
+// pushed and written is therefore never copied.
 //
 // The capacity is fixed. A fault is a fatal error of the machine that owns the
 // stack; the operation then gives a zero value and the caller goes on to its end.
 class ZephVM_Stack {
 public:
-    // The language's limit of values in flight in a frame.
+    // What a frame's stack holds; scripts can rely on it, and run into it.
     static const int kFrameCapacity = 512;
 
     ZephVM_Stack(ZephVM* vm, int capacity);

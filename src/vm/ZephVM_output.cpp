@@ -22,16 +22,18 @@ void PutHex(char* out, unsigned int value)
 int ZephVM::out()
 {
     PoppedText text(m_stack);
-    if (text.length() > 0)
-        m_application->output()->Write(text.data(), text.length());
+    if (m_halted)
+        return 0;
+    m_application->output()->Write(text.data(), text.length());
     return 1;
 }
 
 int ZephVM::out_comp()
 {
     PoppedText text(m_stack);
-    if (text.length() > 0)
-        m_application->output()->Write_Compressed(text.data(), text.length());
+    if (m_halted)
+        return 0;
+    m_application->output()->Write_Compressed(text.data(), text.length());
     return 1;
 }
 

@@ -38,7 +38,8 @@ TEST(ExternalConfigScript, VersionsDecideAboutTheObsoleteFunction)
         long long version;
         bool obsolete;
         bool accepted;
-    } rows[] = {{1, true, false}, {1, false, true}, {2, true, true}, {3, true, true}};
+    } rows[] = {{1, true, false},           {1, false, true}, {2, true, true}, {3, true, true},
+              {0x700000001, true, false}, {0x700000002, true, true}};
     for (const auto& row : rows) {
         SCOPED_TRACE(testing::Message() << row.version << (row.obsolete ? " with" : " without"));
         HookedConfigLibrary library;

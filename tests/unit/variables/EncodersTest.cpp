@@ -244,6 +244,8 @@ TEST(EncodeJavaScriptString, EncodesCharactersOfUTF8)
         {"\xF0\x9F\x98", "\\u00F0\\u009F\\u0098"},
         {"\xE2\x82\xC3\xA4", "\\u2083\\u00A4"},
         {"\x80\xC1\xF8", "\\u0080\\u00C1\\u00F8"},
+        {"\xF8zzz", "\\u00F8zzz"},
+        {"\xFFzzz", "\\u00FFzzz"},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.encoded);

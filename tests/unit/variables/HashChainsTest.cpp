@@ -158,4 +158,39 @@ TEST(HashChains, CopyFromSharesNothing)
     EXPECT_EQ(copy.occupied(), 1);
 }
 
+void SetHeads(HashChains* chains, int first, int count)
+{
+    for (int bucket = first; bucket < first + count; ++bucket)
+        chains->SetHead(unsigned(bucket), bucket);
+}
+
+void ExpectHeads(const HashChains& chains, int count)
+{
+    EXPECT_EQ(chains.CountHeads(), count);
+    for (int bucket = 0; bucket < 200; ++bucket)
+        EXPECT_EQ(chains.Head(unsigned(bucket)), bucket < count ? bucket : -1);
+}
+
+TEST(HashChains, ACopyGrowsOn)
+{
+    HashChains source(8);
+    SetHeads(&source, 0, 4);
+    HashChains copy(8);
+    copy.CopyFrom(source);
+    SetHeads(&copy, 4, 60);
+    ExpectHeads(copy, 64);
+    ExpectHeads(source, 4);
+}
+
+TEST(HashChains, SwappedTablesGrowOn)
+{
+    HashChains one(8), other(8);
+    SetHeads(&one, 0, 4);
+    one.Swap(other);
+    SetHeads(&other, 4, 60);
+    SetHeads(&one, 0, 30);
+    ExpectHeads(other, 64);
+    ExpectHeads(one, 30);
+}
+
 }  // namespace

@@ -258,6 +258,11 @@ TEST(HashTable, DumpDeletesWhatItOwnsAndStartsOver)
     for (const char* key : {"one", "two", "three"})
         table.Add(key, 0);
     delete table.Remove("two", -1);
+    table.Last();
+    table.Dump();
+    table.Add("again", 5);
+    ASSERT_NE(table.Current(), nullptr);
+    EXPECT_EQ(table.Current()->number, 5);
     table.Dump();
     EXPECT_EQ(Item::alive, alive);
     EXPECT_EQ(table.Entries(), 0);

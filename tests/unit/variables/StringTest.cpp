@@ -297,6 +297,7 @@ TEST(String, TrimmingEndsAtTheFirstNul)
     string.assign(" a  b\0c", 7);
     string.ltrim();
     EXPECT_EQ(Text(string), "a  b");
+    EXPECT_STREQ(string.data(), "a  b");
     string.assign("a  b\0c", 6);
     string.CompressWhitespace();
     EXPECT_EQ(Text(string), "a b");

@@ -21,6 +21,7 @@ public:
     int Write_Compressed(const char* bytes, int length) override
     {
         compressed.append(bytes, size_t(length));
+        ++writes;
         return length;
     }
     int Flush() override { return 0; }

@@ -204,7 +204,7 @@ TEST_F(ZephVMTest, OperandsMayPassTheEndOfAFullBuffer)
     EXPECT_TRUE(application.fatal_errors.empty());
 }
 
-TEST_F(ZephVMTest, DoubleOperandsAreSkippedByTheFormBits)
+TEST_F(ZephVMTest, AnIllegalWordWithDoublesIsNamedByItsOwnPosition)
 {
     // An illegal word's operands are taken before it is refused: the position in the
     // error is that of the word.

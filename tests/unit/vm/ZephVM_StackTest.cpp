@@ -371,6 +371,31 @@ TEST_F(StackTest, EndReleasesWhatIsLeft)
     EXPECT_EQ(borrowed.refcount(), 1);
 }
 
+TEST_F(StackTest, EndReleasesFromTheTopDown)
+{
+    // Notes whether another variable has ended before it does.
+    class Witness : public WatchedVariable {
+    public:
+        Witness(bool* ended, const bool* other, bool* other_was_first)
+            : WatchedVariable("w", ended), m_other(other), m_other_was_first(other_was_first)
+        {
+        }
+        ~Witness() override { *m_other_was_first = *m_other; }
+
+    private:
+        const bool* m_other;
+        bool* m_other_was_first;
+    };
+    bool lower_ended = false, upper_ended = false, upper_was_first = false;
+    {
+        ZephVM_Stack stack(vm(), 4);
+        stack.PushV(new Witness(&lower_ended, &upper_ended, &upper_was_first), kNoAddRef, kOwned);
+        stack.PushV(new WatchedVariable("u", &upper_ended), kNoAddRef, kOwned);
+    }
+    EXPECT_TRUE(lower_ended);
+    EXPECT_TRUE(upper_was_first);
+}
+
 TEST_F(StackTest, PeekGivesTheTopAndRemovesNothing)
 {
     EXPECT_EQ(m_stack.Peek(), nullptr);

@@ -179,6 +179,30 @@ TEST_F(ControlTest, StoreOfAnImmediateSetsTheGlobal)
     EXPECT_EQ(depth(), 0);
 }
 
+TEST_F(ControlTest, TagErrorSetsTheRowOfThisMachineOnly)
+{
+    Run(Op(kTagError, 0, 2) + Op(kTagError, 75, 9) + Op(kTagError, 76, 5) +
+        Op(kTagError, 77, 6) + Op(kTagError, -1, 7));
+    EXPECT_EQ(vm()->error_setting(0).setting, 2);
+    EXPECT_EQ(vm()->error_setting(75).setting, 9);
+    EXPECT_EQ(vm()->error_setting(76).setting, 5);
+    for (int row = 1; row < 75; ++row)
+        EXPECT_EQ(vm()->error_setting(row).setting, tag_default_errorsettings[row].setting);
+    EXPECT_EQ(tag_default_errorsettings[0].setting, 3);
+    EXPECT_EQ(tag_default_errorsettings[76].setting, 0);
+}
+
+TEST_F(ControlTest, AMachineTakesTheDefaultsOfTheMomentItIsMade)
+{
+    TagErrorSetting& row = tag_default_errorsettings[28];
+    int former = row.setting;
+    row.setting = 3;
+    EXPECT_EQ(vm()->error_setting(28).setting, 3);
+    row.setting = former;
+    EXPECT_EQ(vm()->error_setting(28).setting, 3);
+    EXPECT_STREQ(vm()->error_setting(28).tag_name, "ZpOPEN");
+}
+
 TEST_F(ControlTest, FusedInstructionsMakeTheGlobalsOfTheirSlots)
 {
     ASSERT_EQ(globals.Index(2, 0), nullptr);

@@ -125,6 +125,24 @@ TEST_F(MachineOutputTest, ErrorPrefixStandsBeforeEveryError)
               "Fatal error in /www/x.zpc @ [00000000:00000010]: Stack underflow\n");
 }
 
+TEST_F(MachineOutputTest, AnUnderflowLeavesTheErrorPrefix)
+{
+    EXPECT_EQ(Run(Op(kPushC, 0) + Op(kErrMsg) + Op(kErrMsg)), 0);
+    application.fatal_errors.clear();
+    vm()->FatalError("again");
+    ASSERT_EQ(application.fatal_errors.size(), 1u);
+    EXPECT_EQ(application.fatal_errors[0].substr(0, 16), "alphaFatal error");
+}
+
+TEST_F(MachineOutputTest, AnEmptyTextReachesTheOutputAndAnUnderflowDoesNot)
+{
+    EXPECT_EQ(Run(Op(kPushC, 4) + Op(kOut) + Op(kPushC, 4) + Op(kOutComp)), 1);
+    EXPECT_EQ(application.recorded.writes, 2);
+    EXPECT_EQ(Run(Op(kOut)), 0);
+    EXPECT_EQ(Run(Op(kOutComp)), 0);
+    EXPECT_EQ(application.recorded.writes, 2);
+}
+
 TEST_F(MachineOutputTest, FatalErrorSetsNoVariableAndWritesNoOutput)
 {
     int entries = globals.Entries();
