@@ -34,16 +34,27 @@ fi
 
 export ZEPH_SITE=$site ZEPH_PORT=$port
 "${server[@]}" -tt || fail "lighttpd refuses its configuration"
-trap : INT TERM
-say "the example site is on http://127.0.0.1:$port/ (Ctrl-C stops it)"
-status=0
+if (: >"/dev/tcp/127.0.0.1/$port") 2>/dev/null; then
+    fail "port $port is in use; name another one: PORT=8081 ./run.sh"
+fi
+
+# An interrupt reaches the server as well, which may be gone before this script looks.
+stopped=
+trap 'stopped=1' INT TERM HUP
 "${server[@]}" &
 child=$!
+until (: >"/dev/tcp/127.0.0.1/$port") 2>/dev/null; do
+    [ -z "$stopped" ] && kill -0 "$child" 2>/dev/null || break
+    sleep 0.1
+done
+[ -n "$stopped" ] || ! kill -0 "$child" 2>/dev/null ||
+    say "the example site is on http://127.0.0.1:$port/ (Ctrl-C stops it)"
+status=0
 wait "$child" || status=$?
-if kill -0 "$child" 2>/dev/null; then
+if [ -n "$stopped" ]; then
     kill "$child" 2>/dev/null || true
-    wait "$child" || true
+    wait "$child" 2>/dev/null || true
     status=0
 fi
-[ "$status" -eq 0 ] || fail "lighttpd ended with status $status; is port $port in use?"
+[ "$status" -eq 0 ] || fail "lighttpd ended with status $status"
 echo "The example site has stopped."

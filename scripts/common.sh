@@ -3,6 +3,9 @@
 
 set -euo pipefail
 
+# What root builds and installs must be readable for the user that serves it.
+umask 022
+
 source_dir=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 
 say() { printf '%s\n' "zeph: $*" >&2; }
@@ -19,8 +22,10 @@ build_root() {
     key=$(printf '%s' "$source_dir" | cksum | cut -d ' ' -f 1)
     if [ "$(id -u)" -eq 0 ]; then
         printf '%s\n' "/var/cache/zeph-build/$key"
-    else
+    elif [ -n "${XDG_CACHE_HOME:-${HOME:-}}" ]; then
         printf '%s\n' "${XDG_CACHE_HOME:-$HOME/.cache}/zeph-build/$key"
+    else
+        fail "HOME is not set; name a folder for the build in ZEPH_BUILD_ROOT"
     fi
 }
 

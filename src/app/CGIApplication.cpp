@@ -181,7 +181,7 @@ void CGIApplication::MakeVM(const String& name)
 
 void CGIApplication::EndVM()
 {
-    m_current_vm = nullptr;
     m_vm->Shutdown();
     m_vm = nullptr;
+    m_current_vm = nullptr;
 }

@@ -64,6 +64,9 @@ public:
     const char* process_name() override;
     void SetProcessName(const char* name, int length) override;
 
+protected:
+    bool m_is_task = false;  // this process is an asynchronous task
+
 private:
     void CopyArguments();
 
@@ -118,7 +121,6 @@ private:
     String m_user_name;                // of a ~user script
     File* m_log_file = nullptr;        // owned
     bool m_headers_output = false;
-    bool m_is_task = false;          // this process is an asynchronous task
     ZephVM* m_vm = nullptr;          // the request's, ended by Shutdown
     ZephVM* m_current_vm = nullptr;  // the one that a sleep pulses
 

@@ -13,7 +13,6 @@
 
 namespace {
 
-// With a slash: a bare name would be looked for in the loader's directories.
 const char kLocalLibrary[] = "./libzephconfig.so";
 const char kLibraryVariable[] = "ZpCONFIG_LIBRARY";
 
@@ -26,17 +25,21 @@ const int kLogMode = kOpenWrite | kOpenCreate | kOpenAppend;
 bool CGIApplication::LoadConfiguration()
 {
     static const char prefix[] = "Error loading configuration library: ";
-    const char* path = kLocalLibrary;
+    String path = kLocalLibrary;
     struct stat status;
-    if (stat(path, &status) != 0) {
+    if (stat(path.data(), &status) != 0) {
         path = getenv(kLibraryVariable);
-        if (!path || stat(path, &status) != 0)
+        if (path.length() == 0 || stat(path.data(), &status) != 0)
             return ConfigurationError(String(prefix) + "Unable to locate/load libzephconfig.so");
     }
+    // The loader would look for a bare name elsewhere, and find another file than the
+    // one whose owner is tested here.
+    if (!path.contains('/'))
+        path.prepend("./");
     if (status.st_uid != 0 && status.st_uid != m_effective_user)
         return ConfigurationError(String(prefix) + "UID mismatch");
     const int kNoFlags = 0;
-    if (m_config->Load(path, kNoFlags, m_arguments, m_argument_count))
+    if (m_config->Load(path.data(), kNoFlags, m_arguments, m_argument_count))
         return true;
     return ConfigurationError(prefix + m_config->error());
 }

@@ -106,8 +106,10 @@ void CGIApplication::OutputCookie()
     }
     int value_length, capacity;
     char* value = CookieValue(id).release(&value_length, &capacity);
+    const int kTerminated = -1;
+    const int kBorrowed = 0;
     const int kOwned = 1;
-    m_output->Header("Set-Cookie", -1, 0, value, value_length, kOwned);
+    m_output->Header("Set-Cookie", kTerminated, kBorrowed, value, value_length, kOwned);
     const bool kLocked = true;
     m_system_variables->SetVariable(
         new ImmutableVariable("callerid", -1, id.data(), id.length(), kLocked));

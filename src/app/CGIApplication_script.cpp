@@ -133,7 +133,7 @@ bool CGIApplication::LoadScript(File* file, TaggedFile* image, const String& nam
     }
     if (ReadImage(image))
         return true;
-    return Error(Unable(name, "File is either corrupt or not a valid compiled Zeph Script file"));
+    return Error(Unable(name, TaggedFile::kCorrupt));
 }
 
 bool CGIApplication::ReadImage(TaggedFile* image)

@@ -10,26 +10,6 @@
 #include "files/UNIXFileManager.h"
 #include "vm/ZephVM.h"
 
-namespace {
-
-const long kNanoseconds = 1000000000;
-const long kNanosecondsOfMillisecond = 1000000;
-
-timespec After(int milliseconds)
-{
-    timespec end;
-    clock_gettime(CLOCK_REALTIME, &end);
-    end.tv_sec += milliseconds / 1000;
-    end.tv_nsec += milliseconds % 1000 * kNanosecondsOfMillisecond;
-    if (end.tv_nsec >= kNanoseconds) {
-        end.tv_nsec -= kNanoseconds;
-        ++end.tv_sec;
-    }
-    return end;
-}
-
-}  // namespace
-
 void CGIApplication::Heartbeat(long now)
 {
     HeldMonitor held(&m_monitor);
@@ -58,7 +38,9 @@ void CGIApplication::ResetGlobalTimeout()
 
 void CGIApplication::Sleep(int milliseconds)
 {
-    timespec end = After(milliseconds < 0 ? 0 : milliseconds);
+    timespec now;
+    clock_gettime(CLOCK_REALTIME, &now);
+    timespec end = Monitor::Later(now, milliseconds < 0 ? 0 : milliseconds);
     HeldMonitor held(&m_monitor);
     while (!m_cancelled && m_monitor.Wait(end) == 0) {
         // A script asleep stays alive for those who watch it.
@@ -80,6 +62,7 @@ void CGIApplication::WaitForTaskEvent(long until, Zeph_PathType type, const char
     if (path && !m_filemanager->ModifiedTime(type, path, &modified))
         modified = 0;
     HeldMonitor held(&m_monitor);
+    bool had_deadline = m_global_deadline != 0;
     long remaining = TimeRemaining();
     int limit = m_config->value_integer(ZPCONFIG_TIMEOUT_ASYNC_SLEEP);
     m_global_deadline = limit ? long(time(nullptr)) + limit : 0;
@@ -94,7 +77,7 @@ void CGIApplication::WaitForTaskEvent(long until, Zeph_PathType type, const char
             m_current_vm->Heartbeat();
     }
     if (!m_cancelled)
-        m_global_deadline = remaining < 0 ? 0 : long(time(nullptr)) + remaining - 1;
+        m_global_deadline = had_deadline ? long(time(nullptr)) + remaining - 1 : 0;
 }
 
 const char* CGIApplication::process_name()

@@ -14,6 +14,10 @@ const int kDefaultChainSize = 8192;
 const int kDefaultFlushThreshold = 1048576;
 const int kMicroseconds = 1000000;
 
+// The second argument of a chain.
+const int kFixed = 0;
+const int kGrowing = 1;
+
 int LengthOf(const char* text, int length)
 {
     return length >= 0 ? length : text ? int(strlen(text)) : 0;
@@ -121,10 +125,10 @@ int HTTPOutput::Write(const char* text, int length)
     m_written += length;
     m_unflushed += length;
     if (!m_first)
-        m_current = m_first = new HTTPOutput_Chain(m_chain_size, 0);
+        m_current = m_first = new HTTPOutput_Chain(m_chain_size, kFixed);
     int done = m_current->Write(text, length);
     while (done < length) {
-        m_current = m_current->next = new HTTPOutput_Chain(m_chain_size, 0);
+        m_current = m_current->next = new HTTPOutput_Chain(m_chain_size, kFixed);
         done += m_current->Write(text + done, length - done);
     }
     RememberSpace(text, length);
@@ -202,7 +206,7 @@ CGIOutput::CGIOutput(CGIApplication* application)
 
 void CGIOutput::OutputHeaders()
 {
-    HTTPOutput_Chain block(chain_size(), 1);
+    HTTPOutput_Chain block(chain_size(), kGrowing);
     for (HTTPOutput_Header* header = headers()->First(); header; header = headers()->Next()) {
         block.Write(header->name(), header->name_length());
         block.Write(": ", 2);

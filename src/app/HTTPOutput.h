@@ -33,7 +33,13 @@ private:
 // Headers by name, in any letter case, in the order of setting.
 class HTTPOutput_Headers : public HashTable<HTTPOutput_Header> {
 public:
-    HTTPOutput_Headers() : HashTable(1, 1, 12, 512) {}
+    HTTPOutput_Headers() : HashTable(kOwner, kNoCase, kBucketBits, kBlock) {}
+
+private:
+    static const int kOwner = 1;
+    static const int kNoCase = 1;
+    static const int kBucketBits = 12;
+    static const int kBlock = 512;
 
 protected:
     const char* Key(HTTPOutput_Header* header, int* length) override

@@ -41,6 +41,20 @@ const sigset_t* Monitor::Signals()
     return &signals;
 }
 
+timespec Monitor::Later(const timespec& start, int milliseconds)
+{
+    const long kNanoseconds = 1000000000;
+    const long kNanosecondsOfMillisecond = 1000000;
+    timespec end = start;
+    end.tv_sec += milliseconds / 1000;
+    end.tv_nsec += milliseconds % 1000 * kNanosecondsOfMillisecond;
+    if (end.tv_nsec >= kNanoseconds) {
+        end.tv_nsec -= kNanoseconds;
+        ++end.tv_sec;
+    }
+    return end;
+}
+
 void Monitor::Lock()
 {
     sigset_t former;

@@ -13,6 +13,9 @@
 // condition, which holds locks of its own while it is entered, and is an event count
 // over a futex instead: Broadcast raises the count, and a waiter sleeps only while the
 // count is what it was when it gave the mutex up.
+//
+// A process forks with the monitor held and lets it go on both sides: otherwise the
+// child may inherit it locked by a thread that it does not have.
 class Monitor {
 public:
     Monitor();
@@ -22,6 +25,8 @@ public:
 
     // The signals whose handler may call in here.
     static const sigset_t* Signals();
+    // A time `milliseconds`, not negative, behind another.
+    static timespec Later(const timespec& start, int milliseconds);
 
     void Lock();
     void Unlock();

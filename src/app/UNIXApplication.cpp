@@ -1,10 +1,9 @@
 #include "app/UNIXApplication.h"
 
 #include <errno.h>
+#include <stdio.h>
 #include <string.h>
 #include <unistd.h>
-
-#include "primitives/conversions.h"
 
 const char* UNIXApplication::lasterror()
 {
@@ -15,9 +14,9 @@ const char* UNIXApplication::lasterror()
 const String& UNIXApplication::GetUserID()
 {
     if (m_user_id.length() == 0) {
-        int length, capacity;
-        char* text = ::itos(int(geteuid()), &length, &capacity);
-        m_user_id.assign_nocopy(text, length, capacity);
+        char digits[16];
+        snprintf(digits, sizeof digits, "%u", unsigned(geteuid()));
+        m_user_id = digits;
     }
     return m_user_id;
 }

@@ -19,10 +19,12 @@ const int kWindow = 16384;
 // A directory up to this size is made room for without a look at the file.
 const int kTrustedDirectory = 65536;
 
-const char* const kCorrupt = "File is either corrupt or not a valid compiled Zeph Script file";
 const char* const kUnexpectedEnd = "Unexpected end of file";
 
 }  // namespace
+
+const char TaggedFile::kCorrupt[] =
+    "File is either corrupt or not a valid compiled Zeph Script file";
 
 TaggedFile::TaggedFile(FileManager* manager) : m_manager(manager), m_cursor(kHeaderSize) {}
 

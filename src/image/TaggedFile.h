@@ -32,6 +32,9 @@ public:
     // Versions that are read, and the one that is written unless told otherwise.
     static constexpr unsigned int kFirstVersion = 0x10001;
     static constexpr unsigned int kLastVersion = 0x1000B;
+    // What is said of a file that is no image, here and by a loader that meets a bad
+    // section.
+    static const char kCorrupt[];
 
     explicit TaggedFile(FileManager* manager);
     TaggedFile(const TaggedFile&) = delete;

@@ -4,7 +4,10 @@
 #include <errno.h>
 #include <unistd.h>
 
+#include <sys/time.h>
+
 #include "TestCGIApplication.h"
+#include "primitives/MD5.h"
 
 namespace {
 
@@ -116,6 +119,45 @@ TEST_F(ApplicationTest, SessionIDIsNewEachTimeAndHas32HexadecimalDigits)
         former = text;
         delete[] text;
     }
+}
+
+// The digest of the host's name, three numbers with their high bytes first, and the
+// generator's bytes to the end.
+std::string SessionID(const std::string& host, int process, const timeval& now)
+{
+    std::string seed = host;
+    for (unsigned int number : {unsigned(process), unsigned(now.tv_sec), unsigned(now.tv_usec)})
+        for (int shift : {24, 16, 8, 0})
+            seed += char(number >> shift);
+    while (seed.size() < 319)
+        seed += char(rand());
+    MD5Encoder encoder;
+    unsigned char digest[16];
+    encoder.Reset();
+    encoder.Encode(reinterpret_cast<const unsigned char*>(seed.data()), 319, digest);
+    char text[33] = {};
+    encoder.Make_Printable(digest, text);
+    return text;
+}
+
+TEST_F(ApplicationTest, SessionIDIsMadeOfHostProcessTimeAndChance)
+{
+    application().config()->SetValue(ZPCONFIG_LOCK_HOSTNAME, "the host", -1, 0);
+    timeval now, after;
+    gettimeofday(&now, nullptr);
+    srand(7);
+    int length;
+    char* made = application().MakeSessionID(&length);
+    gettimeofday(&after, nullptr);
+    bool is_found = false;
+    while (!is_found && !timercmp(&now, &after, >)) {
+        srand(7);
+        is_found = SessionID("the host", getpid(), now) == made;
+        now.tv_sec += now.tv_usec == 999999;
+        now.tv_usec = (now.tv_usec + 1) % 1000000;
+    }
+    EXPECT_TRUE(is_found) << made;
+    delete[] made;
 }
 
 TEST_F(ApplicationTest, SessionIDTakesAtMost255BytesOfTheHostName)

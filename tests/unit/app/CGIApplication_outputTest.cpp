@@ -110,6 +110,27 @@ TEST_F(ApplicationOutputTest, FailedWriteToTheClientCancelsTheRun)
     EXPECT_EQ(application().cancelled(), 1);
 }
 
+TEST_F(ApplicationOutputTest, TheCookieOfTheCallerLastsAYear)
+{
+    time_t before = time(nullptr);
+    Start();
+    time_t after = time(nullptr);
+    std::string start = "Set-Cookie: btxcallerid=known; expires=";
+    size_t at = m_response.find(start);
+    ASSERT_NE(at, std::string::npos) << m_response;
+    std::string rest = m_response.substr(at + start.size());
+    bool is_found = false;
+    for (time_t moment = before; moment <= after; ++moment) {
+        time_t expiry = moment + 31536000;
+        tm parts;
+        char date[64];
+        strftime(date, sizeof date, "%a, %d-%b-%Y %H:%M:%S GMT", gmtime_r(&expiry, &parts));
+        is_found =
+            is_found || rest.compare(0, strlen(date) + 10, date + std::string("; path=/\r\n")) == 0;
+    }
+    EXPECT_TRUE(is_found) << rest;
+}
+
 TEST_F(ApplicationOutputTest, ErrorHeadersGoOutOnce)
 {
     Start();

@@ -1,5 +1,8 @@
 #include "app/Monitor.h"
 
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <errno.h>
 #include <gtest/gtest.h>
 #include <pthread.h>
@@ -168,6 +171,59 @@ TEST_F(MonitorTest, WaitThatCannotBeDoneEndsWithItsError)
     HeldMonitor held(&m_monitor);
     timespec invalid = {0, 1000000000};
     EXPECT_EQ(m_monitor.Wait(invalid), EINVAL);
+}
+
+TEST_F(MonitorTest, LaterCarriesIntoTheSeconds)
+{
+    static const struct {
+        timespec start;
+        int milliseconds;
+        timespec later;
+    } rows[] = {
+        {{5, 0}, 0, {5, 0}},
+        {{5, 999999999}, 0, {5, 999999999}},
+        {{5, 998999999}, 1, {5, 999999999}},
+        {{5, 999000000}, 1, {6, 0}},
+        {{5, 999999999}, 999, {6, 998999999}},
+        {{5, 1}, 2500, {7, 500000001}},
+        {{5, 600000000}, 2500, {8, 100000000}},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.milliseconds);
+        timespec later = Monitor::Later(row.start, row.milliseconds);
+        EXPECT_EQ(later.tv_sec, row.later.tv_sec);
+        EXPECT_EQ(later.tv_nsec, row.later.tv_nsec);
+    }
+}
+
+// A thread that takes the monitor again and again, and a fork in between.
+TEST_F(MonitorTest, AForkWithTheMonitorHeldLeavesTheChildAMonitorThatWorks)
+{
+    Monitor monitor;
+    std::atomic<bool> ended{false};
+    std::thread other([&] {
+        while (!ended) {
+            monitor.Lock();
+            monitor.Broadcast();
+            monitor.Unlock();
+        }
+    });
+    for (int i = 0; i < 50; ++i) {
+        monitor.Lock();
+        pid_t child = fork();
+        monitor.Unlock();
+        if (child == 0) {
+            alarm(20);
+            monitor.Lock();
+            monitor.Unlock();
+            _exit(0);
+        }
+        int status = -1;
+        waitpid(child, &status, 0);
+        EXPECT_EQ(status, 0);
+    }
+    ended = true;
+    other.join();
 }
 
 TEST_F(MonitorTest, SignalsAreTheFiveOfTheProgram)

@@ -18,10 +18,12 @@
 #include "app/Output.h"
 #include "config/Config.h"
 
-// An application whose time-out of a POST body shows.
+// An application whose deadlines show, and that can be made a task.
 class OpenApplication : public CGIApplication {
 public:
     using CGIApplication::CGIApplication;
+    using CGIApplication::m_is_task;
+    using ZephApplication::m_global_deadline;
     using ZephApplication::m_post_cancelled;
     using ZephApplication::m_post_deadline;
 };
