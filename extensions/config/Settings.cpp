@@ -1,6 +1,7 @@
 #include "Settings.h"
 
 #include <errno.h>
+#include <fcntl.h>
 #include <string.h>
 #include <unistd.h>
 
@@ -14,21 +15,28 @@ const int kToTheEnd = -1;
 // Bit of flags_security: scripts may be named by absolute paths.
 const int kAbsoluteScripts = 0x20;
 
+bool IsLibrary(const Statement& statement)
+{
+    return statement.what >= kBuiltinLibrary && statement.what <= kCommerceLibrary;
+}
+
 }  // namespace
 
+// What is registered first is found first, so a section's libraries must come before
+// the common ones: where there are sections, all of them wait for the script.
 bool Settings::Load(ExternalConfig* config)
 {
     if (!m_file.Read(&m_error) || !m_parser.Parse())
         return false;
     for (const Statement* at = m_parser.begin(); at < m_parser.first_heading(); ++at)
-        if (at->what < ZPCONFIG_INTEGER && !Apply(config, *at))
+        if (at->what < ZPCONFIG_INTEGER && !IsLibrary(*at) && !Apply(config, *at))
             return false;
-    return true;
+    return HasSections() || RegisterLibraries(config, m_parser.begin());
 }
 
 bool Settings::LoadScript(ExternalConfig* config, const char* script)
 {
-    if (m_parser.first_heading() == m_parser.end())
+    if (!HasSections())
         return true;
     ScriptPath path(script, AbsoluteRoot());
     if (!path.path()) {
@@ -39,7 +47,20 @@ bool Settings::LoadScript(ExternalConfig* config, const char* script)
     for (const Statement* at = m_parser.first_heading(); at < m_parser.end(); ++at)
         if (at->what == kScriptHeading)
             matches = path.Matches(at->text);
-        else if (matches && !Apply(config, *at))
+        else if (matches && !IsLibrary(*at) && !Apply(config, *at))
+            return false;
+    for (const Statement* at = m_parser.end(); at-- > m_parser.first_heading();)
+        if (at->what == kScriptHeading && path.Matches(at->text) &&
+            !RegisterLibraries(config, at + 1))
+            return false;
+    return RegisterLibraries(config, m_parser.begin());
+}
+
+// Those from a statement up to the next heading, in the order of their lines.
+bool Settings::RegisterLibraries(ExternalConfig* config, const Statement* at)
+{
+    for (; at < m_parser.end() && at->what != kScriptHeading; ++at)
+        if (IsLibrary(*at) && !Apply(config, *at))
             return false;
     return true;
 }
@@ -96,10 +117,11 @@ bool Settings::Apply(ExternalConfig* config, const Statement& statement)
 }
 
 // The runtime opens these libraries at once but does not tell of a failure; scripts
-// would then miss their functions one by one.
+// would then miss their functions one by one. The file is opened by the rights of the
+// effective user, and so it is these that are asked for.
 bool Settings::ApplyBuiltin(ExternalConfig* config, const Statement& statement)
 {
-    if (access(statement.text, R_OK) != 0) {
+    if (faccessat(AT_FDCWD, statement.text, R_OK, AT_EACCESS) != 0) {
         const char* reason = strerror(errno);
         m_parser.ErrorAt(statement.line).Add("expected a library that can be read, not ");
         m_error.Quote(statement.text).Add(": ").Add(reason);

@@ -14,9 +14,11 @@ class Settings {
 public:
     Settings() : m_parser(&m_file, &m_error) {}
 
-    // Reads the file and hands over the libraries, tags and variables for all scripts.
+    // Reads the file and hands over the libraries, tags and variables for all scripts;
+    // the libraries only if the file has no headings.
     bool Load(ExternalConfig* config);
-    // Hands over what stands below the headings that match a script.
+    // Hands over what stands below the headings that match a script, and then the
+    // libraries for all scripts: of two under one name the first is found.
     bool LoadScript(ExternalConfig* config, const char* script);
 
     // A setting for all scripts, or null.
@@ -25,6 +27,8 @@ public:
     char* error() { return m_error.text(); }
 
 private:
+    bool HasSections() const { return m_parser.first_heading() < m_parser.end(); }
+    bool RegisterLibraries(ExternalConfig* config, const Statement* at);
     const char* AbsoluteRoot() const;
     bool Apply(ExternalConfig* config, const Statement& statement);
     bool ApplyBuiltin(ExternalConfig* config, const Statement& statement);

@@ -41,6 +41,11 @@ const LineForm line_forms[] = {
     {"variable", "global", 3, kGlobalVariable, "variable system|global NAME = value"},
 };
 
+// What is expected at the start of a line and behind `error`.
+const char kNameExpected[] =
+    "the name of a setting, or builtin, system, database, commerce, error or variable";
+const char kTagExpected[] = "the name of a tag, such as ZpEVAL, or expression";
+
 const char kHeading[] = "[script";
 const int kHighestErrorSetting = 3;
 
@@ -237,6 +242,9 @@ bool SettingsParser::Unknown(const char* what, const char* name)
     ErrorAt(m_statement.line).Add("unknown ").Add(what).Add(" ").Quote(name);
     if (nearest.nearest())
         m_error->Add("; did you mean ").Quote(nearest.nearest()).Add("?");
+    else
+        m_error->Add("; expected ")
+            .Add(m_statement.what == kTagError ? kTagExpected : kNameExpected);
     return false;
 }
 

@@ -112,12 +112,14 @@ typedef struct zpConfig_Library {
     /* Text of the last failure, the library's own. */
     char* (*error)(ExternalConfig* config, void** data);
 
-    /* Called once, at the end of the request. */
+    /* Called once, at the end of the request: also when `init` has failed, or has left
+     * the word null. */
     void (*cleanup)(ExternalConfig* config, void** data);
 
     /* Called when the script is known and before it is read, with its path below the
-     * script root; settings for this script are set by zpConfig_SetValue and its
-     * kin. 0 on success. */
+     * script root, which for a script of a user (/~user/...) is the root of that user;
+     * settings for this script are set by zpConfig_SetValue and its kin. 0 on
+     * success. */
     int (*script_config)(ExternalConfig* config, void** data, const char* script, File* file);
 } zpConfig_Library;
 

@@ -5,6 +5,17 @@
 #include "image/Function.h"
 #include "image/Segment.h"
 
+namespace {
+
+// Four hexadecimal digits and nothing else.
+bool IsWord(const char* text)
+{
+    const size_t kDigits = 4;
+    return strlen(text) == kDigits && strspn(text, "0123456789abcdefABCDEF") == kDigits;
+}
+
+}  // namespace
+
 Assembler::Assembler(const char* file, ImageBuilder* image, TextBuffer* messages)
     : m_file(file), m_image(image), m_messages(messages), m_fixups(1)
 {
@@ -23,6 +34,7 @@ bool Assembler::Assemble(const char* text, long long length)
     if (m_errors < kMaximumErrors) {
         CloseFunction("the end of the file");
         SetFixups();
+        CheckBuckets();
     }
     return m_errors == 0;
 }
@@ -119,10 +131,9 @@ const Instruction* Assembler::TakeInstruction()
     }
     ++m_next;
     if (slash) {
-        char* end;
-        unsigned long word = strtoul(slash + 1, &end, 16);
-        const Instruction* exact =
-            end == slash + 5 && *end == 0 ? FindInstruction(unsigned(word)) : nullptr;
+        const Instruction* exact = IsWord(slash + 1)
+                                       ? FindInstruction(unsigned(strtoul(slash + 1, nullptr, 16)))
+                                       : nullptr;
         if (exact && strcmp(exact->name, found->name) == 0)
             return exact;
         Error(token.column, "there is no instruction \"%s\"", name);
@@ -204,4 +215,15 @@ void Assembler::SetCall(const Fixup& fixup)
     text.Add("there is no function ");
     text.AddQuoted(fixup.name.data(), fixup.name.length());
     ErrorAt(fixup.place, text);
+}
+
+// How many buckets a table can have depends on the names in it, so it is known only now.
+void Assembler::CheckBuckets()
+{
+    for (int i = 0; i < kBucketTables; ++i) {
+        TextBuffer fault;
+        bool is_told = m_bucket_places[i].line > 0;
+        if (is_told && !m_image->BucketsFit(static_cast<BucketTable>(i), &fault))
+            ErrorAt(m_bucket_places[i], fault);
+    }
 }

@@ -81,6 +81,7 @@ private:
     void SetFixups();
     void SetJump(const Fixup& fixup);
     void SetCall(const Fixup& fixup);
+    void CheckBuckets();
 
     // Assembler_operands.cpp: tokens and what they stand for
     bool Error(int column, const char* format, ...) __attribute__((format(printf, 3, 4)));
@@ -127,7 +128,7 @@ private:
     bool TakePiece(int* type, int* identifier);
     bool TakeFirst(int* first);
     void CloseFunction(const char* where);
-    Function* TakeFunction(int flags);
+    bool TakeFunction(int flags, Function** function);
     bool TakeParameters(Function* function);
     bool TakeParameter(Function* function);
     bool TakeFunctionFlags(int* flags);
@@ -143,6 +144,7 @@ private:
     bool m_has_start = false;
     Function* m_function = nullptr;  // open; borrowed from the image
     Place m_function_place = {0, 0};
+    Place m_bucket_places[kBucketTables] = {};  // of the last .buckets of each table
     LabelTable m_labels;
     List<Fixup> m_fixups;  // owned
 };

@@ -100,10 +100,12 @@ void Assembler::Buckets()
     }
     static const char kExpected[] = "a number from 0 to 28, or 32";
     int bits;
+    Place place = {m_line_number, Peek().column};
     int high = m_line.Is(Peek(), TokenKind::kWord, "32") ? kSingleBucketBits : kMaximumBits;
     if (!TakeNumber(0, high, kExpected, &bits) || !AtEnd())
         return;
     m_image->SetBucketBits(static_cast<BucketTable>(table), bits);
+    m_bucket_places[table] = place;
 }
 
 void Assembler::Text()
@@ -168,10 +170,11 @@ void Assembler::StartFunction()
 {
     int column = m_line.At(m_next - 1).column;
     CloseFunction("the next function");
-    Function* function = TakeFunction(0);
+    Function* function;
+    bool is_sound = TakeFunction(0, &function);
     m_function_place = {m_line_number, column};
     m_function = function ? function : m_image->AddFunction(-1, 0);
-    if (!function)
+    if (!is_sound)
         return;
     if (!Skip("at")) {
         if (AtEnd() && NeedsSegment())
@@ -195,27 +198,29 @@ void Assembler::EndFunction()
 
 void Assembler::External()
 {
-    if (TakeFunction(Function::kExternal))
+    Function* function;
+    if (TakeFunction(Function::kExternal, &function))
         AtEnd();
 }
 
-// Name, parameters and flags; null, after a message, when there is a fault. What was
-// read of a faulty one stays, so that calls of it are no further faults.
-Function* Assembler::TakeFunction(int flags)
+// Name, parameters and flags; false, after a message, when there is a fault. What was
+// read of a faulty one stays, so that calls of it and uses of its parameters are no
+// further faults. `function` is null only when there is no name.
+bool Assembler::TakeFunction(int flags, Function** function)
 {
+    *function = nullptr;
     int name;
     if (!TakeText("a name or #index", &name))
-        return nullptr;
+        return false;
     int behind_name = m_next;
-    if (!TakeFunctionFlags(&flags))
-        return nullptr;
+    bool are_flags_sound = TakeFunctionFlags(&flags);
     int behind_flags = m_next;
     m_next = behind_name;
-    Function* function = m_image->AddFunction(name, flags);
-    if (!TakeParameters(function))
-        return nullptr;
+    *function = m_image->AddFunction(name, flags);
+    if (!TakeParameters(*function))
+        return false;
     m_next = behind_flags;
-    return function;
+    return are_flags_sound;
 }
 
 // The flags stand behind the parameters, but are read first.
@@ -309,7 +314,9 @@ void Assembler::Numbers(int width, long long high, const char* what)
 void Assembler::Language()
 {
     int name;
-    if (TakeText("a name or #index", &name) && AtEnd())
+    if (m_image->languages() == ImageBuilder::kMostLanguages)
+        Error(m_line.At(m_next - 1).column, "a file has 65536 languages at most");
+    else if (TakeText("a name or #index", &name) && AtEnd())
         m_image->AddLanguage(name);
 }
 

@@ -1,15 +1,14 @@
 #include "zephasm/ImageBuilder.h"
 
-#include <stdio.h>
 #include <string.h>
-#include <unistd.h>
 
-#include "files/FileManager.h"
 #include "image/Function.h"
 #include "image/FunctionManager.h"
 #include "image/LocalizedLanguages.h"
 #include "image/Segment.h"
 #include "image/TaggedFile.h"
+#include "variables/NameOrder.h"
+#include "zephasm/OutputFile.h"
 
 namespace {
 
@@ -17,6 +16,10 @@ namespace {
 const int kDefaultBits[kBucketTables] = {8, 8, 8, 4};
 
 const int kLanguageBlock = 8;
+
+// Numbers of buckets, and their count, are stored in 15 bits.
+const unsigned int kHighestBucket = 0x7FFF;
+const int kMostHeads = 0x7FFF;
 
 // Gives a table the names that it asks for under the entries that are known already.
 class KnownNames : public NamePool {
@@ -137,6 +140,70 @@ void ImageBuilder::AddLocalized(int language, int key, int first)
     m_localized.Add({language, key, first});
 }
 
+// The names of a table by number. Functions and languages without one count as empty.
+int ImageBuilder::NameCount(BucketTable table) const
+{
+    switch (table) {
+        case kSystemBuckets:
+            return m_system.names().count();
+        case kGlobalBuckets:
+            return m_global.names().count();
+        case kFunctionBuckets:
+            return m_functions.count();
+        case kLanguageBuckets:
+            return m_language_names.count();
+    }
+    return 0;
+}
+
+const char* ImageBuilder::Name(BucketTable table, int number, int* length)
+{
+    const char* name = nullptr;
+    switch (table) {
+        case kSystemBuckets:
+            return m_dictionary.Entry(m_system.names()[number], length);
+        case kGlobalBuckets:
+            return m_dictionary.Entry(m_global.names()[number], length);
+        case kFunctionBuckets:
+            name = m_dictionary.Entry(m_functions[number]->name_index(), length);
+            break;
+        case kLanguageBuckets:
+            name = m_dictionary.Entry(m_language_names[number], length);
+            break;
+    }
+    return name ? name : "";
+}
+
+bool ImageBuilder::BucketsFit(BucketTable table, TextBuffer* fault)
+{
+    HashChains chains(m_bits[table]);
+    if (chains.buckets() <= kHighestBucket)
+        return true;
+    Array<char> is_used;
+    is_used.Fill(int(kHighestBucket) + 1, 0);
+    int used = 0;
+    for (int i = 0; i < NameCount(table); ++i) {
+        int length = 0;
+        const char* name = Name(table, i, &length);
+        if (!name)
+            continue;
+        unsigned int bucket = chains.Bucket(NameHash(name, length));
+        if (bucket > kHighestBucket) {
+            fault->AddQuoted(name, length);
+            fault->Format(
+                " belongs to bucket %u of so many, and numbers above 32767 cannot be "
+                "stored",
+                bucket);
+            return false;
+        }
+        used += !is_used[int(bucket)];
+        is_used[int(bucket)] = 1;
+    }
+    if (used > kMostHeads)
+        fault->Add("the names belong to 32768 buckets of so many, and 32767 can be stored");
+    return used <= kMostHeads;
+}
+
 bool ImageBuilder::Write(FileManager* manager, const char* path, String* error)
 {
     MakeFunctions();
@@ -147,25 +214,20 @@ bool ImageBuilder::Write(FileManager* manager, const char* path, String* error)
         m_dictionary.Entry(i, &length);
     if (length == 0 && m_dictionary.Entries() > 0)
         m_dictionary.Entry_Add("-", 1);
-    char suffix[32];
-    snprintf(suffix, sizeof suffix, ".%d.new", int(getpid()));
-    String new_path = String(path) + suffix;
+    OutputFile out(path);
+    if (!out.Start(error))
+        return false;
     TaggedFile file(manager);
-    bool is_written = false;
-    if (!file.Create(new_path.data(), m_identifier, m_version)) {
+    *error = "";
+    bool is_written = file.Create(out.temporary(), m_identifier, m_version) &&
+                      WriteSections(&file, error) && file.Section_Flush();
+    if (!is_written && error->length() == 0)
         *error = file.error();
-    } else if (WriteSections(&file, error)) {
-        is_written = file.Section_Flush();
-        if (!is_written)
-            *error = file.error();
-    }
+    // A write that gives less than was asked for has no text of its own.
+    if (!is_written && error->length() == 0)
+        *error = "the file could not be written in full";
     file.Close();
-    if (is_written && rename(new_path.data(), path) == 0)
-        return true;
-    if (is_written)
-        *error = manager->lasterror();
-    unlink(new_path.data());
-    return false;
+    return is_written && out.Finish(error);
 }
 
 bool ImageBuilder::WriteSections(TaggedFile* file, String* error)
@@ -186,6 +248,7 @@ bool ImageBuilder::WriteSections(TaggedFile* file, String* error)
         *error = m_function_table->error();
         return false;
     }
+    file->Section_End();
     return true;
 }
 

@@ -4,6 +4,7 @@
 #include "image/Dictionary.h"
 #include "image/LocalizedDictionary.h"
 #include "image/SegmentManager.h"
+#include "image_text/TextBuffer.h"
 #include "image_text/TextIndex.h"
 #include "zephasm/SlotTable.h"
 
@@ -29,6 +30,7 @@ inline constexpr int kBucketTables = 4;
 class ImageBuilder {
 public:
     static const int kIdentifierSize = 16;
+    static const int kMostLanguages = 0x10000;  // their numbers stand in tags
 
     ImageBuilder();
     ImageBuilder(const ImageBuilder&) = delete;
@@ -38,6 +40,9 @@ public:
     void SetVersion(int version) { m_version = version; }
     void SetIdentifier(const char* bytes);
     void SetBucketBits(BucketTable table, int bits) { m_bits[table] = bits; }
+    // Whether a table, with the names that it has now, can be stored with that many
+    // buckets; if not, the reason is in `fault`.
+    bool BucketsFit(BucketTable table, TextBuffer* fault);
     void AddFlags(int flags) { m_dictionary.SetFlags(m_dictionary.flags() | flags); }
 
     // The first entry of exactly that text, made if there is none; and always a new
@@ -69,8 +74,8 @@ public:
     int pieces() const { return m_pieces.Entries(); }
     void AddLocalized(int language, int key, int first);
 
-    // Writes all into a new file beside `path`, which then takes its place. On failure
-    // false, with the text in `error`, and `path` is as it was.
+    // Writes all into the file at `path`: see OutputFile. On failure false, with the
+    // text in `error`, and `path` is as it was.
     bool Write(FileManager* manager, const char* path, String* error);
 
 private:
@@ -82,6 +87,8 @@ private:
     };
 
     void MakeFunctions();
+    int NameCount(BucketTable table) const;
+    const char* Name(BucketTable table, int number, int* length);
     bool WriteSections(TaggedFile* file, String* error);
     bool WriteLanguages(TaggedFile* file, String* error);
 

@@ -21,6 +21,8 @@ public:
     }
     // The first slot of that name, in any letter case, or -1.
     int Find(const char* name, int length) { return m_hash.Seek(-1, name, length, nullptr); }
+    // The dictionary index of each slot's name.
+    const Array<int>& names() const { return m_names; }
 
     // Writes the table, with 2 to the power of `bits` buckets, as a section.
     bool Write(TaggedFile* file, int tag, int bits, String* error) const

@@ -58,11 +58,17 @@ bool AssembleFile(FileManager* manager, const char* path, const char* out)
 
 }  // namespace
 
+// Options may stand before, between and behind the files, which are moved to the front
+// of the list.
 int main(int argc, char** argv)
 {
     const char* out = nullptr;
-    int next = 1;
-    for (; next < argc && argv[next][0] == '-' && argv[next][1]; ++next) {
+    int files = 0;
+    for (int next = 1; next < argc; ++next) {
+        if (argv[next][0] != '-' || !argv[next][1]) {
+            argv[files++] = argv[next];
+            continue;
+        }
         if (strcmp(argv[next], "--help") == 0)
             return fputs(kUsage, stdout) < 0;
         if (strcmp(argv[next], "--version") == 0)
@@ -73,15 +79,15 @@ int main(int argc, char** argv)
             return WrongUse("-o needs a file name", "");
         out = argv[next];
     }
-    if (next == argc)
+    if (files == 0)
         return WrongUse("no file to assemble", "");
-    if (out && next + 1 < argc)
+    if (out && files > 1)
         return WrongUse("-o serves for a single file", "");
     UNIXFileManager manager(nullptr);
     bool is_sound = true;
-    for (; next < argc; ++next) {
-        String image = out ? String(out) : ImagePath(argv[next]);
-        is_sound &= AssembleFile(&manager, argv[next], image.data());
+    for (int i = 0; i < files; ++i) {
+        String image = out ? String(out) : ImagePath(argv[i]);
+        is_sound &= AssembleFile(&manager, argv[i], image.data());
     }
     return is_sound ? 0 : 1;
 }

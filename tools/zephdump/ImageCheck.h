@@ -21,6 +21,15 @@ public:
     int Run();
 
 private:
+    // Where execution comes into a segment from outside, and how many local variables
+    // there are then.
+    struct Entry {
+        int segment;
+        int locals;
+        int function;  // -1 for the start of the image
+        int offset;
+    };
+
     void Fault(const char* format, ...) __attribute__((format(printf, 2, 3)));
     bool HasText(int index) { return m_image->dictionary()->Entry(index, nullptr) != nullptr; }
 
@@ -42,8 +51,10 @@ private:
     void CheckInstruction(const DecodedInstruction& instruction);
     void CheckOperand(const DecodedInstruction& instruction, int place);
     void CheckJump(const DecodedInstruction& instruction, int place);
-    void CheckLocals(const Segment& segment);
-    void CheckRun(const Segment& segment, int entry, int number, int locals);
+    void FindEntries();
+    void CheckEntries(const Segment& segment);
+    bool IsSound(const Entry& entry);
+    void CheckRun(const Segment& segment, const Entry& entry);
     void CodeFault(int offset, const char* format, ...) __attribute__((format(printf, 3, 4)));
 
     const char* m_file;
@@ -51,10 +62,13 @@ private:
     TextBuffer* m_out;     // borrowed
     int m_faults = 0;
 
+    Array<Entry> m_entries;  // by segment, then by the number of local variables
+    int m_next_entry = 0;    // the first that is not looked at
+
     // Of the segment in work.
     int m_segment = 0;
     Array<char> m_boundaries;  // for each offset and the end: whether one starts there
-    Array<int> m_runs;         // for each offset: the last run that came there
+    Array<char> m_reached;     // for each offset: whether a run came there
     Array<int> m_waiting;      // offsets that a run has still to go on from
 };
 

@@ -1,8 +1,22 @@
 #include <stdarg.h>
 #include <stdio.h>
+#include <stdlib.h>
 
+#include "vm/TagErrorSettings.h"
 #include "zephdump/DecodedInstruction.h"
 #include "zephdump/ImageCheck.h"
+
+namespace {
+
+const unsigned int kTagError = 0x504B;
+
+// As qsort asks for.
+int Order(int left, int right)
+{
+    return left < right ? -1 : left > right;
+}
+
+}  // namespace
 
 void ImageCheck::CodeFault(int offset, const char* format, ...)
 {
@@ -16,6 +30,7 @@ void ImageCheck::CodeFault(int offset, const char* format, ...)
 
 void ImageCheck::CheckCode()
 {
+    FindEntries();
     for (int i = 0; i < m_image->segments().count(); ++i) {
         m_segment = i;
         CheckSegment(*m_image->segments().Get(i));
@@ -33,7 +48,7 @@ void ImageCheck::CheckSegment(const Segment& segment)
         CheckInstruction(instruction);
         at = instruction.end();
     }
-    CheckLocals(segment);
+    CheckEntries(segment);
 }
 
 void ImageCheck::CheckInstruction(const DecodedInstruction& instruction)
@@ -48,6 +63,10 @@ void ImageCheck::CheckInstruction(const DecodedInstruction& instruction)
     }
     for (int place = 0; place < instruction.known->operands(); ++place)
         CheckOperand(instruction, place);
+    // The machine passes over a row that is not there.
+    int row = instruction.values[0];
+    if (instruction.word == kTagError && (row < 0 || row >= kTagErrorRows))
+        CodeFault(instruction.position, "error setting %d does not exist", row);
 }
 
 void ImageCheck::CheckOperand(const DecodedInstruction& instruction, int place)
@@ -73,7 +92,7 @@ void ImageCheck::CheckOperand(const DecodedInstruction& instruction, int place)
         case OperandKind::kJump:
             CheckJump(instruction, place);
             break;
-        case OperandKind::kLocal:  // depends on the function: see CheckRun
+        case OperandKind::kLocal:  // depends on the function: see FindEntries
         case OperandKind::kNone:
         case OperandKind::kInteger:
         case OperandKind::kDouble:
@@ -94,42 +113,64 @@ void ImageCheck::CheckJump(const DecodedInstruction& instruction, int place)
 
 // Which variables an instruction may name depends on how it is reached: from the start,
 // where they are the global ones, or from the entry point of a function.
-void ImageCheck::CheckLocals(const Segment& segment)
+void ImageCheck::FindEntries()
 {
-    m_runs.Fill(segment.size(), -2);
-    if (m_segment == m_image->segments().start())
-        CheckRun(segment, 0, -1, m_image->global().slots.count());
+    m_entries.Add({m_image->segments().start(), m_image->global().slots.count(), -1, 0});
     for (int i = 0; i < m_image->function_count(); ++i) {
         const FunctionRecord& function = m_image->function(i);
-        if (function.segment != m_segment)
-            continue;
-        if (function.offset < 0 || function.offset >= m_boundaries.count())
-            Fault("function %d: its entry point, offset 0x%X, is not in segment %d", i,
-                  unsigned(function.offset), m_segment);
-        else if (!m_boundaries[function.offset])
-            Fault("function %d: its entry point, offset 0x%X, lies in an instruction", i,
-                  unsigned(function.offset));
-        else
-            CheckRun(segment, function.offset, i, function.locals.slots.count());
+        m_entries.Add({function.segment, function.locals.slots.count(), i, function.offset});
+    }
+    qsort(m_entries.items(), size_t(m_entries.count()), sizeof(Entry),
+          [](const void* left, const void* right) {
+              const Entry* a = static_cast<const Entry*>(left);
+              const Entry* b = static_cast<const Entry*>(right);
+              return a->segment != b->segment ? Order(a->segment, b->segment)
+                     : a->locals != b->locals ? Order(a->locals, b->locals)
+                                              : Order(a->function, b->function);
+          });
+}
+
+void ImageCheck::CheckEntries(const Segment& segment)
+{
+    m_reached.Fill(segment.size(), 0);
+    for (; m_next_entry < m_entries.count(); ++m_next_entry) {
+        const Entry& entry = m_entries[m_next_entry];
+        if (entry.segment > m_segment)
+            return;
+        if (entry.segment == m_segment && IsSound(entry))
+            CheckRun(segment, entry);
     }
 }
 
-// Follows every way from an entry point, each instruction once.
-void ImageCheck::CheckRun(const Segment& segment, int entry, int number, int locals)
+bool ImageCheck::IsSound(const Entry& entry)
+{
+    bool is_inside = entry.offset >= 0 && entry.offset < m_boundaries.count();
+    if (!is_inside)
+        Fault("function %d: its entry point, offset 0x%X, is not in segment %d", entry.function,
+              unsigned(entry.offset), m_segment);
+    else if (!m_boundaries[entry.offset])
+        Fault("function %d: its entry point, offset 0x%X, lies in an instruction", entry.function,
+              unsigned(entry.offset));
+    return is_inside && m_boundaries[entry.offset];
+}
+
+// Follows every way from an entry point up to where another run has been: that had no
+// more local variables, so every fault from there on is told already.
+void ImageCheck::CheckRun(const Segment& segment, const Entry& entry)
 {
     m_waiting.Clear();
-    m_waiting.Add(entry);
+    m_waiting.Add(entry.offset);
     while (m_waiting.count() > 0) {
         int at = m_waiting.TakeLast();
-        if (at < 0 || at >= segment.size() || !m_boundaries[at] || m_runs[at] == number)
+        if (at < 0 || at >= segment.size() || !m_boundaries[at] || m_reached[at])
             continue;
-        m_runs[at] = number;
+        m_reached[at] = 1;
         DecodedInstruction instruction(segment, at);
         if (!instruction.known || !instruction.is_whole)
             continue;
         OperandKind kind = instruction.known->kinds[0];
         int value = instruction.values[0];
-        if (kind == OperandKind::kLocal && (value < 0 || value >= locals))
+        if (kind == OperandKind::kLocal && (value < 0 || value >= entry.locals))
             CodeFault(at, "local variable %d does not exist", value);
         if (kind == OperandKind::kJump)
             m_waiting.Add(instruction.Target(0));

@@ -2,6 +2,7 @@
 
 #include <string.h>
 
+#include "files/FileManager.h"
 #include "image/FunctionManager.h"
 #include "image/LocalizedDictionary.h"
 #include "image/LocalizedIndex.h"
@@ -9,7 +10,6 @@
 #include "image/TaggedFile.h"
 #include "image/TaggedFileLayout.h"
 #include "image/little_endian.h"
-#include "files/FileManager.h"
 #include "image_text/WholeFile.h"
 #include "variables/VariableHash.h"
 
@@ -36,6 +36,18 @@ const struct {
 
 // Files up to this version may keep the index of their one language under tag 0.
 const unsigned int kLastSingleIndexVersion = 0x10007;
+const int kSharedIndexTag = 0;
+
+const int kMostLanguages = 0x10000;  // their numbers stand in tags
+const int kNoEntry = -1;
+
+// How large the indexes of all languages may be together: what a small file may have,
+// and how often a large one may repeat its bytes.
+const long long kIndexBytes = 16 * 1024 * 1024;
+const int kIndexRepeats = 16;
+
+const int kBucketRecordSize = 6;
+const int kIndexRecordSize = 12;
 
 const int kBucketBits = 8;
 const int kBlock = 64;
@@ -109,6 +121,20 @@ void TakeSlots(ByteReader* reader, int count, int record_size, TableRecords* tab
     }
 }
 
+// How many entries of the directory lie within the file, and so are safe to look at.
+int DirectoryEntries(const Array<char>& file)
+{
+    if (file.count() < kHeaderSize)
+        return 0;
+    const unsigned char* bytes = reinterpret_cast<const unsigned char*>(file.items());
+    int offset = GetDword(bytes + kDirectoryOffsetAt);
+    int entries = GetDword(bytes + kDirectoryEntriesAt);
+    if (offset < 0 || offset > file.count())
+        return 0;
+    int held = (file.count() - offset) / kDirectoryEntrySize;
+    return entries < held ? entries : held;
+}
+
 void TakeFunction(ByteReader* reader, FunctionRecord* function)
 {
     function->name = reader->Dword();
@@ -149,7 +175,7 @@ bool LoadedImage::Failed(const String& text)
 // The readers know every limit; what they accept is then taken record by record.
 bool LoadedImage::Load(FileManager* manager, const char* path)
 {
-    return ReadAsRuntime(manager, path) && ReadWholeFile(manager, path, &m_bytes, &m_error) &&
+    return ReadWholeFile(manager, path, &m_bytes, &m_error) && ReadAsRuntime(manager, path) &&
            TakeTables();
 }
 
@@ -187,12 +213,17 @@ bool LoadedImage::ReadLanguages(TaggedFile* file)
     LocalizedDictionary pieces;
     if (!pieces.Read(file))
         return Failed("section \"locd\": " + pieces.error());
-    for (int i = 0; i < languages.Entries() && i <= 0xFFFF; ++i) {
+    FindIndexes();
+    const unsigned char* start;
+    const unsigned char* end;
+    for (int i = 0; i < languages.Entries() && i < kMostLanguages; ++i) {
         LocalizedIndex index(&m_dictionary, i, kBucketBits, kBlock);
-        if (!file->Section_Exists(LocalizedIndex::Tag(i)) && m_version > kLastSingleIndexVersion)
+        if (!FindIndex(i, &start, &end))
             continue;
         if (!index.Read(file, LocalizedIndex::Tag(i)))
             return Failed("index of a language: " + index.error());
+        if (!ChargeIndex(i))
+            return Failed("the indexes of the languages share too many bytes");
     }
     return true;
 }
@@ -203,63 +234,114 @@ bool LoadedImage::ReadFunctions(TaggedFile* file)
     return functions.Read(file) || Failed("section \"func\": " + functions.error());
 }
 
+// What a directory entry stands for, of a file that the readers accept.
+bool LoadedImage::FindEntry(long long entry, const unsigned char** start,
+                            const unsigned char** end) const
+{
+    const unsigned char* bytes = reinterpret_cast<const unsigned char*>(m_bytes.items());
+    long long size = m_bytes.count();
+    const unsigned char* record =
+        bytes + GetDword(bytes + kDirectoryOffsetAt) + entry * kDirectoryEntrySize;
+    long long offset = GetDword(record + 4);
+    long long section_end = offset + GetDword(record + 8);
+    if (offset < 0 || section_end < offset)
+        return false;
+    *start = bytes + (offset < size ? offset : size);
+    *end = bytes + (section_end < size ? section_end : size);
+    return true;
+}
+
 // The directory's first entry of that tag, as in TaggedFile.
 bool LoadedImage::FindSection(int tag, const unsigned char** start, const unsigned char** end) const
 {
     const unsigned char* bytes = reinterpret_cast<const unsigned char*>(m_bytes.items());
-    long long size = m_bytes.count();
-    if (size < kHeaderSize)
-        return false;
-    long long directory = GetDword(bytes + kDirectoryOffsetAt);
-    int entries = GetDword(bytes + kDirectoryEntriesAt);
-    for (int i = 0; i < entries && directory >= 0 && directory + kDirectoryEntrySize <= size;
-         ++i, directory += kDirectoryEntrySize) {
-        if (GetDword(bytes + directory) != tag)
-            continue;
-        long long offset = GetDword(bytes + directory + 4);
-        long long section_end = offset + GetDword(bytes + directory + 8);
-        if (offset < 0 || section_end < offset)
-            return false;
-        *start = bytes + (offset < size ? offset : size);
-        *end = bytes + (section_end < size ? section_end : size);
-        return true;
-    }
+    for (int i = 0; i < DirectoryEntries(m_bytes); ++i)
+        if (GetDword(bytes + GetDword(bytes + kDirectoryOffsetAt) + i * kDirectoryEntrySize) == tag)
+            return FindEntry(i, start, end);
     return false;
+}
+
+// In one walk for all languages, of which there may be as many as entries. From the
+// last entry to the first, as the first of one tag counts.
+void LoadedImage::FindIndexes()
+{
+    const unsigned char* bytes = reinterpret_cast<const unsigned char*>(m_bytes.items());
+    const int kTagBits = 16;
+    const unsigned int any_index = unsigned(LocalizedIndex::Tag(0));
+    m_index_entries.Fill(kMostLanguages, kNoEntry);
+    for (int i = DirectoryEntries(m_bytes) - 1; i >= 0; --i) {
+        unsigned int tag = unsigned(
+            GetDword(bytes + GetDword(bytes + kDirectoryOffsetAt) + i * kDirectoryEntrySize));
+        if ((tag & 0xFFFF) == any_index)
+            m_index_entries[int(tag >> kTagBits)] = i;
+        if (tag == kSharedIndexTag)
+            m_shared_index_entry = i;
+    }
+}
+
+// A language without an index is sound for the readers.
+bool LoadedImage::FindIndex(int language, const unsigned char** start,
+                            const unsigned char** end) const
+{
+    if (language >= kMostLanguages)
+        return false;
+    int entry = m_index_entries[language];
+    if (entry == kNoEntry && m_version <= kLastSingleIndexVersion)
+        entry = m_shared_index_entry;
+    return entry != kNoEntry && FindEntry(entry, start, end);
+}
+
+// Whether there is room for a language's index beside those before it.
+bool LoadedImage::ChargeIndex(int language)
+{
+    const unsigned char* start;
+    const unsigned char* end;
+    if (!FindIndex(language, &start, &end))
+        return true;
+    ByteReader reader(start, end);
+    int heads = reader.Word();
+    reader.Skip(1);
+    m_index_bytes += (long long)kBucketRecordSize * heads;
+    m_index_bytes += (long long)kIndexRecordSize * reader.Dword();
+    long long limit = (long long)kIndexRepeats * m_bytes.count();
+    return m_index_bytes <= (limit > kIndexBytes ? limit : kIndexBytes);
 }
 
 bool LoadedImage::TakeTables()
 {
-    if (TakeTable(kSystemTag, 0, 8, &m_system) && TakeTable(kGlobalTag, 0, 8, &m_global) &&
-        TakeTable(kLanguagesTag, 0, 8, &m_languages) && TakeIndexes() && TakePieces() &&
-        TakeFunctions())
+    if (TakeTable(kSystemTag, &m_system) && TakeTable(kGlobalTag, &m_global) &&
+        TakeTable(kLanguagesTag, &m_languages) && TakeIndexes() && TakePieces() && TakeFunctions())
         return true;
     return Failed("the file has changed while it was read");
 }
 
-bool LoadedImage::TakeTable(int tag, int unused, int record_size, TableRecords* table)
+// One whose slots have a name and no more.
+bool LoadedImage::TakeTable(int tag, TableRecords* table)
 {
     const unsigned char* start;
     const unsigned char* end;
     if (!FindSection(tag, &start, &end))
         return false;
     ByteReader reader(start, end);
-    TakeSlots(&reader, TakeBuckets(&reader, unused, table), record_size, table);
+    TakeSlots(&reader, TakeBuckets(&reader, 0, table), 8, table);
     return !reader.is_short();
 }
 
 bool LoadedImage::TakeIndexes()
 {
+    const int kUnused = 4;
     const unsigned char* start;
     const unsigned char* end;
     for (int i = 0; i < m_languages.slots.count(); ++i) {
-        int tag = LocalizedIndex::Tag(i);
-        if (!FindSection(tag, &start, &end) && m_version <= kLastSingleIndexVersion)
-            tag = 0;
-        TableRecords* table = nullptr;
-        if (i <= 0xFFFF && FindSection(tag, &start, &end))
-            table = new TableRecords;
+        if (!FindIndex(i, &start, &end)) {
+            m_indexes.Add(nullptr);
+            continue;
+        }
+        TableRecords* table = new TableRecords;
         m_indexes.Add(table);
-        if (table && !TakeTable(tag, 4, 12, table))
+        ByteReader reader(start, end);
+        TakeSlots(&reader, TakeBuckets(&reader, kUnused, table), kIndexRecordSize, table);
+        if (reader.is_short())
             return false;
     }
     return true;

@@ -55,7 +55,9 @@ struct PieceRecord {
 // the file: chains and all.
 //
 // A file loads when all readers of the runtime accept it, every section being there.
-// Indices within it may still be wrong. Otherwise the text is in error().
+// Indices within it may still be wrong. Otherwise the text is in error(). The runtime
+// reads one language's index at a time; here all are held at once, so a file in which
+// thousands of languages share their bytes is refused.
 class LoadedImage {
 public:
     static const int kIdentifierSize = 16;
@@ -76,7 +78,7 @@ public:
     const TableRecords& system() const { return m_system; }
     const TableRecords& global() const { return m_global; }
     const TableRecords& languages() const { return m_languages; }
-    // Null for a language without a section.
+    // Null for a language without an index.
     const TableRecords* index(int language) const { return m_indexes[language]; }
     const Array<PieceRecord>& pieces() const { return m_pieces; }
     const TableRecords& functions() const { return m_function_table; }
@@ -90,8 +92,12 @@ private:
     bool ReadLanguages(TaggedFile* file);
     bool ReadFunctions(TaggedFile* file);
     bool FindSection(int tag, const unsigned char** start, const unsigned char** end) const;
+    bool FindEntry(long long entry, const unsigned char** start, const unsigned char** end) const;
+    void FindIndexes();
+    bool FindIndex(int language, const unsigned char** start, const unsigned char** end) const;
+    bool ChargeIndex(int language);
     bool TakeTables();
-    bool TakeTable(int tag, int unused, int record_size, TableRecords* table);
+    bool TakeTable(int tag, TableRecords* table);
     bool TakeIndexes();
     bool TakePieces();
     bool TakeFunctions();
@@ -104,6 +110,9 @@ private:
     TableRecords m_system;
     TableRecords m_global;
     TableRecords m_languages;
+    Array<int> m_index_entries;      // for each language: where the directory has its index
+    int m_shared_index_entry = -1;   // that of an old file; -1 for none, as above
+    long long m_index_bytes = 0;     // of the indexes of all languages up to the present
     Array<TableRecords*> m_indexes;  // owned
     Array<PieceRecord> m_pieces;
     TableRecords m_function_table;

@@ -1,10 +1,16 @@
 // The texts with which the settings library refuses a file.
 
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include "SettingsFileFixture.h"
 
 namespace {
 
 typedef SettingsFileFixture ConfigLibraryErrors;
+
+const std::string kNameExpected =
+    "; expected the name of a setting, or builtin, system, database, commerce, error or variable";
 
 TEST_F(ConfigLibraryErrors, NameTheLineAndWhatWasExpected)
 {
@@ -17,8 +23,12 @@ TEST_F(ConfigLibraryErrors, NameTheLineAndWhatWasExpected)
         {"timeouts_global = 1",
          "1: unknown setting 'timeouts_global'; did you mean 'timeout_global'?"},
         {"buitlin = x.so", "1: unknown setting 'buitlin'; did you mean 'builtin'?"},
-        {"colour = red", "1: unknown setting 'colour'"},
-        {"x y z a b = red", "1: unknown setting 'x'"},
+        {"colour = red",
+         "1: unknown setting 'colour'; expected the name of a setting, or builtin, system, "
+         "database, commerce, error or variable"},
+        {"x y z a b = red",
+         "1: unknown setting 'x'; expected the name of a setting, or builtin, system, database, "
+         "commerce, error or variable"},
         {"dir_zeph", "1: expected 'name = value', not 'dir_zeph'"},
         {"\r\n  dir_zeph # = /x\r\n", "2: expected 'name = value', not 'dir_zeph'"},
         {"= /x", "1: expected 'name = value', not '= /x'"},
@@ -49,7 +59,8 @@ TEST_F(ConfigLibraryErrors, NameTheLineAndWhatWasExpected)
         {"variable system a b = 1", "1: expected 'variable system|global NAME = value'"},
         {"error ZpEVALL = 1", "1: unknown tag 'ZpEVALL'; did you mean 'ZpEVAL'?"},
         {"error function = 1", "1: unknown tag 'function'; did you mean 'ZpFUNCTION'?"},
-        {"error (in = 1", "1: unknown tag '(in'"},
+        {"error (in = 1",
+         "1: unknown tag '(in'; expected the name of a tag, such as ZpEVAL, or expression"},
         {"error ZpEVAL = 4", "1: 'error' must be a whole number from 0 to 3, not '4'"},
         {"error ZpEVAL = -1", "1: 'error' must be a whole number from 0 to 3, not '-1'"},
         {"max_files = 1\n\nmax_files = 1", "3: 'max_files' is set already on line 1"},
@@ -134,7 +145,8 @@ TEST_F(ConfigLibraryErrors, TellWhatIsUsedBeforeTheScriptIsKnown)
 // They are shown in a page.
 TEST_F(ConfigLibraryErrors, EncodeAndCutWhatTheyQuote)
 {
-    EXPECT_EQ(ErrorOf("<b>&\"x\" = 1"), "1: unknown setting '&lt;b&gt;&amp;&quot;x&quot;'");
+    EXPECT_EQ(ErrorOf("<b>&\"x\" = 1"),
+              "1: unknown setting '&lt;b&gt;&amp;&quot;x&quot;'" + kNameExpected);
     const std::string eighty(80, '<');
     std::string encoded;
     for (int i = 0; i < 80; ++i)
@@ -142,7 +154,7 @@ TEST_F(ConfigLibraryErrors, EncodeAndCutWhatTheyQuote)
     EXPECT_EQ(ErrorOf(eighty), "1: expected 'name = value', not '" + encoded + "'");
     EXPECT_EQ(ErrorOf(eighty + "<"), "1: expected 'name = value', not '" + encoded + "...'");
     EXPECT_EQ(ErrorOf(std::string(10000, 'y') + " = 1"),
-              "1: unknown setting '" + std::string(80, 'y') + "...'");
+              "1: unknown setting '" + std::string(80, 'y') + "...'" + kNameExpected);
 }
 
 TEST_F(ConfigLibraryErrors, CutALongPathAtItsStart)
@@ -175,6 +187,27 @@ TEST_F(ConfigLibraryErrors, ABuiltinLibraryMustBeThere)
     EXPECT_EQ(ErrorOf("\nbuiltin = missing.so"), "2: expected a library that can be read, not '" +
                                                      tree.Path("missing.so") +
                                                      "': No such file or directory");
+}
+
+// A program that runs with another user's rights opens files by those.
+TEST_F(ConfigLibraryErrors, ABuiltinLibraryMustBeReadableForTheEffectiveUser)
+{
+    if (geteuid() != 0 || getuid() != 0)
+        GTEST_SKIP() << "needs the rights to give some up";
+    const std::string path = tree.Path("secret.so");
+    tree.Write("secret.so", "x");
+    ASSERT_EQ(chmod(path.c_str(), 0600), 0);
+    ASSERT_EQ(chmod(tree.path().c_str(), 0755), 0);
+    tree.Write("zeph.conf", "builtin = secret.so\n");
+    ASSERT_EQ(chmod(tree.Path("zeph.conf").c_str(), 0644), 0);
+    ConfigRig rig;
+    const uid_t kNobody = 65534;
+    ASSERT_EQ(seteuid(kNobody), 0);
+    const bool is_loaded = rig.Load(ZEPH_ConfigLibrary);
+    ASSERT_EQ(seteuid(0), 0);
+    EXPECT_FALSE(is_loaded);
+    EXPECT_EQ(WithoutPath(rig.Error()),
+              "1: expected a library that can be read, not '" + path + "': Permission denied");
 }
 
 TEST_F(ConfigLibraryErrors, AFaultyFileHandsNothingOver)

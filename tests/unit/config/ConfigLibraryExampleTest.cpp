@@ -136,9 +136,9 @@ TEST_F(ConfigLibraryExample, HasExamplesThatCanBeRead)
             examples += line.substr(4) + "\n";
     ConfigRig rig;
     ASSERT_TRUE(Load(rig, examples)) << rig.Error();
-    EXPECT_EQ(ConfigRig::Registered(rig.databases), "sqlite=/usr/lib/zeph/libzephsqlite.so");
     EXPECT_EQ(ConfigRig::TagSetting(11), 3);
     ASSERT_TRUE(rig.config.LoadScriptConfig("shop/a.zpc", nullptr));
+    EXPECT_EQ(ConfigRig::Registered(rig.databases), "sqlite=/usr/lib/zeph/libzephsqlite.so");
     EXPECT_EQ(rig.config.value_integer(ZPCONFIG_TIMEOUT_GLOBAL), 20);
 }
 

@@ -3,8 +3,14 @@
 #include <dlfcn.h>
 #include <elf.h>
 #include <link.h>
+#include <sched.h>
+#include <sys/mount.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <filesystem>
+#include <fstream>
 
 #include "SettingsFileFixture.h"
 
@@ -106,6 +112,69 @@ TEST_F(ConfigLibraryFile, IsMissedWithThePlacesLookedAt)
     EXPECT_FALSE(rig.Load(library.c_str()));
     EXPECT_EQ(rig.Error(), "No settings file: ZpCONFIG_FILE is not set, and there is neither " +
                                tree.Path("lib/zeph.conf") + " nor " + kSystemFile);
+}
+
+// Puts an empty folder over the system's own, for this process and its children alone.
+bool HideSystemFolder()
+{
+    return unshare(CLONE_NEWNS) == 0 && mount("none", "/", nullptr, MS_REC | MS_PRIVATE, "") == 0 &&
+           mount("none", "/etc", "tmpfs", 0, "") == 0;
+}
+
+// What a child process finds, whose system has a settings file: "" where it can be
+// given none, otherwise a text that the child wrote.
+template <class Look>
+std::string WithSystemFile(const char* settings, Look look)
+{
+    int ends[2];
+    if (pipe(ends) != 0)
+        return "";
+    const pid_t child = fork();
+    if (child == 0) {
+        std::string seen;
+        if (HideSystemFolder() && mkdir("/etc/zeph", 0755) == 0) {
+            std::ofstream(kSystemFile) << settings;
+            seen = look();
+        }
+        const bool is_told = write(ends[1], seen.data(), seen.size()) == ssize_t(seen.size());
+        _exit(is_told ? 0 : 1);
+    }
+    close(ends[1]);
+    std::string seen;
+    char block[4096];
+    for (ssize_t got; (got = read(ends[0], block, sizeof block)) > 0;)
+        seen.append(block, size_t(got));
+    close(ends[0]);
+    if (child > 0)
+        waitpid(child, nullptr, 0);
+    return seen;
+}
+
+TEST_F(ConfigLibraryFile, IsTheSystemsWhenThereIsNoOther)
+{
+    unsetenv("ZpCONFIG_FILE");
+    const std::string library = CopyLibrary();
+    const std::string seen = WithSystemFile("dir_data = data\n", [&] {
+        ConfigRig rig;
+        return rig.Load(library.c_str()) ? rig.Text(ZPCONFIG_DIR_DATA) : rig.Error();
+    });
+    if (seen.empty())
+        GTEST_SKIP() << "needs a file system of its own";
+    EXPECT_EQ(seen, "/etc/zeph/data");
+}
+
+TEST_F(ConfigLibraryFile, BesideTheLibraryWinsOverTheSystems)
+{
+    unsetenv("ZpCONFIG_FILE");
+    const std::string library = CopyLibrary();
+    tree.Write("lib/zeph.conf", "dir_data = data\n");
+    const std::string seen = WithSystemFile("dir_data = /other\n", [&] {
+        ConfigRig rig;
+        return rig.Load(library.c_str()) ? rig.Text(ZPCONFIG_DIR_DATA) : rig.Error();
+    });
+    if (seen.empty())
+        GTEST_SKIP() << "needs a file system of its own";
+    EXPECT_EQ(seen, tree.Path("lib/data"));
 }
 
 TEST_F(ConfigLibraryFile, BesideTheLibraryThatCannotBeReadIsNotPassedOver)

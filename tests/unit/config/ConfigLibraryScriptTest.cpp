@@ -1,5 +1,7 @@
 // Settings below a heading, for some scripts only.
 
+#include <filesystem>
+
 #include "SettingsFileFixture.h"
 
 namespace {
@@ -154,6 +156,84 @@ TEST_F(ConfigLibraryScript, AMissingBuiltinLibraryStopsTheScriptsItIsFor)
     EXPECT_TRUE(rig.config.LoadScriptConfig("a.zpc", nullptr));
     EXPECT_FALSE(rig.config.LoadScriptConfig("shop/a.zpc", nullptr));
     EXPECT_EQ(WithoutPath(rig.Error()), "3: expected a library that can be read, not '" +
+                                            tree.Path("missing.so") +
+                                            "': No such file or directory");
+}
+
+// Several libraries that tell in which order they were asked for their functions.
+class ConfigLibraryOrder : public SettingsFileFixture {
+protected:
+    ConfigLibraryOrder()
+    {
+        for (const char* name : {"a.so", "b.so", "c.so", "d.so", "e.so"})
+            std::filesystem::copy_file(ZEPH_RecordingLibrary, tree.Path(name));
+        unsetenv("ZEPH_RECORDED");
+    }
+    ~ConfigLibraryOrder() override { unsetenv("ZEPH_RECORDED"); }
+
+    static std::string Recorded()
+    {
+        const char* recorded = getenv("ZEPH_RECORDED");
+        return recorded ? recorded : "";
+    }
+    // "name=file name=file": of two libraries under one name the first is found.
+    std::string Registered(LibraryRegistry& registry) const
+    {
+        std::string all = ConfigRig::Registered(registry);
+        for (size_t at; (at = all.find(tree.path() + "/")) != std::string::npos;)
+            all.erase(at, tree.path().size() + 1);
+        return all;
+    }
+};
+
+TEST_F(ConfigLibraryOrder, BuiltinLibrariesAreSearchedFromTheUpperLineToTheLower)
+{
+    ConfigRig rig;
+    ASSERT_TRUE(Load(rig, "builtin = b.so\nbuiltin = a.so\n")) << rig.Error();
+    EXPECT_EQ(Recorded(), "b.so a.so ");
+    ASSERT_TRUE(rig.config.LoadScriptConfig("shop/a.zpc", nullptr));
+    EXPECT_EQ(Recorded(), "b.so a.so ");
+}
+
+TEST_F(ConfigLibraryOrder, LibrariesOfASectionAreFoundBeforeTheCommonOnes)
+{
+    static const struct {
+        const char* script;
+        const char* builtins;
+        const char* systems;
+        const char* databases;
+        const char* commerce;
+    } rows[] = {
+        {"shop/a.zpc", "d.so e.so b.so c.so a.so ", "s=4 s=2 s=1", "d=2 d=1", "c=2 c=1"},
+        {"shop/b.zpc", "b.so c.so a.so ", "s=2 s=1", "d=2 d=1", "c=2 c=1"},
+        {"else/b.zpc", "a.so ", "s=1", "d=1", "c=1"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.script);
+        unsetenv("ZEPH_RECORDED");
+        ConfigRig rig;
+        ASSERT_TRUE(Load(rig,
+                         "system s = 1\ndatabase d = 1\ncommerce c = 1\nbuiltin = a.so\n"
+                         "[script shop/*]\nsystem s = 2\ndatabase d = 2\ncommerce c = 2\n"
+                         "builtin = b.so\nbuiltin = c.so\n"
+                         "[script none/*]\nsystem s = 3\nbuiltin = a.so\n"
+                         "[script */a.zpc]\nsystem s = 4\nbuiltin = d.so\nbuiltin = e.so\n"))
+            << rig.Error();
+        EXPECT_EQ(Recorded(), "");
+        ASSERT_TRUE(rig.config.LoadScriptConfig(row.script, nullptr));
+        EXPECT_EQ(Recorded(), row.builtins);
+        EXPECT_EQ(Registered(rig.systems), row.systems);
+        EXPECT_EQ(Registered(rig.databases), row.databases);
+        EXPECT_EQ(Registered(rig.commerce), row.commerce);
+    }
+}
+
+TEST_F(ConfigLibraryOrder, AMissingCommonLibraryIsFoundThoughItWaitsForTheScript)
+{
+    ConfigRig rig;
+    ASSERT_TRUE(Load(rig, "builtin = missing.so\n[script shop/*]\nbuiltin = a.so\n"));
+    EXPECT_FALSE(rig.config.LoadScriptConfig("else.zpc", nullptr));
+    EXPECT_EQ(WithoutPath(rig.Error()), "1: expected a library that can be read, not '" +
                                             tree.Path("missing.so") +
                                             "': No such file or directory");
 }

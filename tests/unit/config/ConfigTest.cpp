@@ -56,6 +56,7 @@ TEST(Config, KeysHaveTheirNumbersAndDefaults)
         {0x2000017, ZPCONFIG_DEFAULT_FILE, -1, "index.zpc"},
         {0x1000018, ZPCONFIG_FLAGS_SECURITY, 0, nullptr},
         {0x2000019, ZPCONFIG_DIR_USER, -1, "public_btx"},
+        {0x200001a, ZPCONFIG_INFO_SERVERADMIN, -1, "webmaster@localhost"},
         {0x200001b, ZPCONFIG_SSL_OPENSSL, -1, "libssl.so"},
         {0x200001c, ZPCONFIG_SSL_CRYPTO, -1, "libcrypto.so"},
         {0x100001d, ZPCONFIG_BUFSZ_OUTPUT_FLUSH, 1048576, nullptr},

@@ -1,6 +1,9 @@
 // What the assembler says about text that it cannot read.
 
+#include <vector>
+
 #include "ToolRun.h"
+#include "primitives/hash.h"
 
 namespace {
 
@@ -8,6 +11,12 @@ struct Row {
     const char* source;
     const char* messages;
 };
+
+// Of a name, before it is cut down to the buckets of a table.
+unsigned int Hash(const std::string& name)
+{
+    return hashi(reinterpret_cast<const unsigned char*>(name.data()), unsigned(name.size()), 0);
+}
 
 void Expect(const Row* rows, size_t count)
 {
@@ -55,6 +64,10 @@ TEST(AssemblerError, NamesStatementsThatAreNone)
         {".segment\nexit/0117", "page:2:1: there is no instruction \"exit/0117\"\n"},
         {".segment\nexit/0000", "page:2:1: there is no instruction \"exit/0000\"\n"},
         {".segment\nexit/", "page:2:1: there is no instruction \"exit/\"\n"},
+        {".segment\nexit/+043", "page:2:1: there is no instruction \"exit/+043\"\n"},
+        {".segment\nexit/-043", "page:2:1: there is no instruction \"exit/-043\"\n"},
+        {".segment\nexit/0x43", "page:2:1: there is no instruction \"exit/0x43\"\n"},
+        {".segment\nexit/043", "page:2:1: there is no instruction \"exit/043\"\n"},
         {".segment\nexit/00043", "page:2:1: there is no instruction \"exit/00043\"\n"},
         {"noop", "page:1:1: code must stand behind .segment\n"},
         {"a:", "page:1:1: code must stand behind .segment\n"},
@@ -188,6 +201,90 @@ TEST(AssemblerError, NamesFaultsOfDirectives)
          "page:1:22: expected the end of the line, found \"3\"\n"},
     };
     EXPECT_MESSAGES(rows);
+}
+
+TEST(AssemblerError, KeepsWhatWasReadOfAFaultyFunction)
+{
+    static const Row rows[] = {
+        {".segment\ncall f\n.function f(a) bad\n.local b\npushl a\npushl b\n.endfunction",
+         "page:3:16: expected a flag of the function, a number or at, found \"bad\"\n"},
+        {".segment\ncall f\n.external f(a) bad",
+         "page:3:16: expected a flag of the function, a number or at, found \"bad\"\n"},
+        {".segment\ncall f\n.function f(a, 5)\npushl a\n.endfunction",
+         "page:3:16: expected a name or #index, found \"5\"\n"},
+        {".segment\n.function f(a, 5) bad\npushl a\n.endfunction",
+         "page:2:19: expected a flag of the function, a number or at, found \"bad\"\n"
+         "page:2:16: expected a name or #index, found \"5\"\n"},
+        {".segment\n.function 5(a)\n.endfunction",
+         "page:2:11: expected a name or #index, found \"5\"\n"},
+    };
+    EXPECT_MESSAGES(rows);
+}
+
+// The names decide which buckets a table needs, so the fault is found at the end, and
+// told where the number stands.
+TEST(AssemblerError, NamesBucketsThatCannotBeStored)
+{
+    std::string name = "v";
+    unsigned int bucket = 0;
+    for (int i = 0; bucket < 0x8000; ++i) {
+        name = "v" + std::to_string(i);
+        bucket = Hash(name) & 0xFFFF;
+    }
+    static const struct {
+        const char* table;
+        const char* before;
+        const char* behind;
+    } rows[] = {
+        {"system", ".system ", "\n"},
+        {"global", ".global ", "\n"},
+        {"functions", ".external ", "()\n"},
+        {"languages", ".language ", "\n"},
+    };
+    ToolRun run;
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.table);
+        const std::string directive = std::string("  .buckets ") + row.table + " ";
+        const std::string names = row.before + name + row.behind;
+        EXPECT_EQ(run.Messages("\n" + directive + "16\n" + names),
+                  "page:2:" + std::to_string(directive.size() + 1) + ": \"" + name +
+                      "\" belongs to bucket " + std::to_string(bucket) +
+                      " of so many, and numbers above 32767 cannot be stored\n");
+        EXPECT_EQ(run.Messages(directive + "16\n" + names + directive + "15\n"), "");
+        EXPECT_EQ(run.Messages(directive + "16\n"), "");
+        run.Assemble(directive + "15\n" + names);
+    }
+}
+
+TEST(AssemblerError, NamesATableOfMoreBucketsInUseThanCanBeCounted)
+{
+    std::vector<std::string> names(0x8000);
+    size_t found = 0;
+    for (int i = 0; found < names.size(); ++i) {
+        const std::string name = "v" + std::to_string(i);
+        std::string& place = names[Hash(name) & 0x7FFF];
+        found += place.empty();
+        if (place.empty())
+            place = name;
+    }
+    ToolRun run;
+    std::string source = ".buckets global 15\n";
+    for (size_t i = 1; i < names.size(); ++i)
+        source += ".global " + names[i] + "\n";
+    EXPECT_EQ(run.Check(run.Assemble(source)), "");
+    EXPECT_EQ(run.Messages(source + ".global " + names[0] + "\n"),
+              "page:1:17: the names belong to 32768 buckets of so many, and 32767 can be stored\n");
+}
+
+TEST(AssemblerError, NamesALanguageThatIsOneTooMany)
+{
+    ToolRun run;
+    std::string source;
+    for (int i = 0; i < 65536; ++i)
+        source += ".language l" + std::to_string(i) + "\n";
+    EXPECT_EQ(run.Messages(source), "");
+    EXPECT_EQ(run.Messages(source + " .language more\n"),
+              "page:65537:2: a file has 65536 languages at most\n");
 }
 
 TEST(AssemblerError, GoesOnWithTheNextLine)

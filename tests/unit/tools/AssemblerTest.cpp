@@ -324,26 +324,3 @@ TEST(Assembler, WritesLanguagesPiecesAndIndexes)
     unsigned int bucket = hashi(reinterpret_cast<const unsigned char*>("k"), 1, 0) & 0xFFF;
     EXPECT_EQ(ToolRun::Dword(english, 11) & 0xFFFF, bucket);
 }
-
-TEST(Assembler, LeavesTheOldImageWhenItCannotWrite)
-{
-    ToolRun run;
-    UNIXFileManager manager(nullptr);
-    run.Write("page.zpc", "old");
-    ImageBuilder image;
-    TextBuffer messages;
-    // More buckets than their numbers can tell: the table cannot be stored.
-    std::string source = ".buckets global 16\n";
-    for (int i = 0; i < 8; ++i)
-        source += ".global v" + std::to_string(i) + "\n";
-    ASSERT_TRUE(
-        Assembler("page", &image, &messages).Assemble(source.data(), (long long)source.size()));
-    String error;
-    EXPECT_FALSE(image.Write(&manager, run.Path("page.zpc").data(), &error));
-    EXPECT_STREQ(error.data(), "variable_hash_bucket.index out of range");
-    EXPECT_EQ(run.Read("page.zpc"), "old");
-    int files = 0;
-    for (const auto& entry : std::filesystem::directory_iterator(run.Path("")))
-        files += entry.exists();
-    EXPECT_EQ(files, 1);
-}

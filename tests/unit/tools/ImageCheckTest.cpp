@@ -10,6 +10,22 @@ void Patch(std::string* bytes, size_t at, unsigned int value)
         bytes->at(at + i) = static_cast<char>(value >> (8 * i));
 }
 
+// An old file of many languages, all of which share the one index of some texts.
+std::string ImageOfASharedIndex(ToolRun* run, int languages, int texts)
+{
+    std::string source = ".version 0x10007\n";
+    for (int i = 0; i < languages; ++i)
+        source += ".language l" + std::to_string(i) + "\n";
+    for (int i = 0; i < texts; ++i)
+        source += ".localized t" + std::to_string(i) + " l0\n";
+    std::string image = run->Assemble(source);
+    size_t entry = ToolRun::Dword(image, 24);
+    for (unsigned int i = 0; i < ToolRun::Dword(image, 28); ++i, entry += 12)
+        if (image.compare(entry, 2, "LX") == 0)
+            Patch(&image, entry, ToolRun::Dword(image, entry) == 0x584C ? 0 : 0x20202020);
+    return image;
+}
+
 }  // namespace
 
 TEST(ImageCheck, FindsNothingInASoundImage)
@@ -50,6 +66,9 @@ TEST(ImageCheck, NamesFaultsOfTheCode)
          "instruction\n"},
         {"op_smtp -1 9",
          "image: segment 0 offset 0x0: the jump leads to offset 0x9, into an instruction\n"},
+        {"tagerror 76 0\ntagerror 0 99", ""},
+        {"tagerror 77 0", "image: segment 0 offset 0x0: error setting 77 does not exist\n"},
+        {"noop\ntagerror -1 0", "image: segment 0 offset 0x2: error setting -1 does not exist\n"},
         {".word 1\n.word 0x4FFF 0 0",
          "image: segment 0 offset 0x0: 0x0001 is no instruction\n"
          "image: segment 0 offset 0x2: 0x4FFF is no instruction\n"},
@@ -74,6 +93,21 @@ TEST(ImageCheck, LooksAtLocalVariablesWhereverAFunctionReaches)
                                      ".function f(a)\njmp_eq body\nbody: pushl #1\nret\n"
                                      "pushl #99\n.endfunction\n")),
               "image: segment 0 offset 0x14: local variable 1 does not exist\n");
+}
+
+TEST(ImageCheck, TellsAFaultOnceHoweverManyFunctionsReachIt)
+{
+    ToolRun run;
+    const char* source =
+        ".segment\nexit\npushl #0\npushl #1\npushl #2\npushl #3\nret\n"
+        ".segment\npushl #1\nret\n"
+        ".function a(p, q, r) at 0 2\n.endfunction\n.function b(p) at 0 2\n.endfunction\n"
+        ".function c(p, q) at 0 2\n.endfunction\n.function d(p, q) at 1 0\n.endfunction\n"
+        ".function e() at 0 14\n.endfunction\n";
+    EXPECT_EQ(run.Check(run.Assemble(source)),
+              "image: segment 0 offset 0xE: local variable 2 does not exist\n"
+              "image: segment 0 offset 0x14: local variable 3 does not exist\n"
+              "image: segment 0 offset 0x8: local variable 1 does not exist\n");
 }
 
 TEST(ImageCheck, NamesFaultsOfFunctions)
@@ -217,7 +251,20 @@ TEST(ImageCheck, NamesALanguageWithoutAnIndex)
     size_t entry = image.find(std::string("LX\0\0", 4), ToolRun::Dword(image, 24));
     ASSERT_NE(entry, std::string::npos);
     Patch(&image, entry, 0x12345678);
-    EXPECT_EQ(run.Check(image), "image: language 0: it has no index\n");
+    for (unsigned int version : {0x10001, 0x10007, 0x10008, 0x1000B}) {
+        SCOPED_TRACE(version);
+        Patch(&image, 4, version);
+        EXPECT_EQ(run.Check(image), "image: language 0: it has no index\n");
+        EXPECT_NE(run.Dump(image).find(".language \"d\""), std::string::npos) << run.Dump(image);
+    }
+}
+
+TEST(ImageCheck, RefusesASmallFileWhoseIndexesWouldFillTheMemory)
+{
+    ToolRun run;
+    EXPECT_EQ(run.Check(ImageOfASharedIndex(&run, 20, 2000)), "");
+    EXPECT_EQ(run.Check(ImageOfASharedIndex(&run, 1000, 2000)),
+              "the indexes of the languages share too many bytes");
 }
 
 TEST(ImageCheck, GivesTheReadersTextForAnImageThatDoesNotLoad)

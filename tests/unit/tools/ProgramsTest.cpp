@@ -1,27 +1,9 @@
 // The two programs as they are called from a shell.
 
-#include <sys/wait.h>
-
+#include "Outcome.h"
 #include "ToolRun.h"
 
 namespace {
-
-struct Outcome {
-    int status;
-    std::string output;  // and messages
-};
-
-Outcome RunCommand(const std::string& command)
-{
-    Outcome outcome;
-    FILE* pipe = popen((command + " 2>&1").c_str(), "r");
-    char block[4096];
-    for (size_t got; (got = fread(block, 1, sizeof block, pipe)) > 0;)
-        outcome.output.append(block, got);
-    int status = pclose(pipe);
-    outcome.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    return outcome;
-}
 
 const std::string kAssembler = ZEPHASM;
 const std::string kDump = ZEPHDUMP;
@@ -40,6 +22,8 @@ TEST(Programs, AssembleBesideTheSourceOrWhereTold)
     EXPECT_EQ(run.Read("b.zpc").substr(0, 4), "Zeph");
     EXPECT_EQ(RunCommand(kAssembler + " -o " + run.Path("c") + " " + run.Path("a.zasm")).status, 0);
     EXPECT_EQ(run.Read("c"), run.Read("a.zpc"));
+    EXPECT_EQ(RunCommand(kAssembler + " " + run.Path("a.zasm") + " -o " + run.Path("d")).status, 0);
+    EXPECT_EQ(run.Read("d"), run.Read("a.zpc"));
 }
 
 TEST(Programs, ReadLargeFilesWhole)
@@ -130,6 +114,10 @@ TEST(Programs, TellHowTheyAreUsed)
               "zephasm: -o needs a file name\nzephasm --help tells more.\n");
     EXPECT_EQ(RunCommand(kAssembler + " -o a b c").output,
               "zephasm: -o serves for a single file\nzephasm --help tells more.\n");
+    EXPECT_EQ(RunCommand(kAssembler + " a b -o c").output,
+              "zephasm: -o serves for a single file\nzephasm --help tells more.\n");
+    EXPECT_EQ(RunCommand(kAssembler + " a -x").output,
+              "zephasm: unknown option -x\nzephasm --help tells more.\n");
     EXPECT_EQ(RunCommand(kDump + " a b").output,
               "zephdump: a single file can be written as text\nzephdump --help tells more.\n");
 }
