@@ -42,7 +42,7 @@ constexpr Setting setting_table[kSettings] = {
     Named("dir_user", Text(ZPCONFIG_DIR_USER, kFilledText, kEarly)),
     Named("dir_commerce", Text(ZPCONFIG_DIR_COMMERCE, kPath)),
     Named("dir_builtin", Text(ZPCONFIG_DIR_BUILTIN, kPath)),
-    Named("default_file", Text(ZPCONFIG_DEFAULT_FILE, kFilledText, kEarly)),
+    Named("default_file", Text(ZPCONFIG_DEFAULT_FILE, kFileName, kEarly)),
     Named("info_serveradmin", Text(ZPCONFIG_INFO_SERVERADMIN, kText)),
     Named("cookies", Number(ZPCONFIG_COOKIES, 0, 1)),
     Named("flags_security", Number(ZPCONFIG_FLAGS_SECURITY, 0, INT_MAX, kEarly)),

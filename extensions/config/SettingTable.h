@@ -6,6 +6,7 @@ enum SettingKind : unsigned char {
     kNumber,
     kText,          // may be empty
     kFilledText,    // may not
+    kFileName,      // ends in a name, not in a folder
     kPath,          // made absolute, below the folder of the settings file
     kSharedLibrary  // a path likewise, but a bare name is left for the loader to find
 };

@@ -261,13 +261,26 @@ bool SettingsParser::ParseSetting(const Setting& setting, char* value, char* end
     bool bare = setting.kind == kSharedLibrary && !strchr(m_statement.text, '/');
     if (setting.kind == kNumber && !ParseNumber(setting.name, setting.minimum, setting.maximum))
         return false;
-    if (setting.kind == kFilledText || setting.kind == kSharedLibrary) {
-        if (!NotEmpty(setting.name))
-            return false;
-    }
+    bool filled = setting.kind != kNumber && setting.kind != kText && setting.kind != kPath;
+    if (filled && !NotEmpty(setting.name))
+        return false;
+    if (setting.kind == kFileName && !IsFileName(setting.name))
+        return false;
     if ((setting.kind == kPath || setting.kind == kSharedLibrary) && !bare)
         return AddPath(setting.name);
     return Add();
+}
+
+// The runtime adds a default file to a folder until it meets a file: one that names
+// the folder itself would never end.
+bool SettingsParser::IsFileName(const char* name)
+{
+    const char* slash = strrchr(m_statement.text, '/');
+    const char* last = slash ? slash + 1 : m_statement.text;
+    if (*last && strcmp(last, ".") != 0 && strcmp(last, "..") != 0)
+        return true;
+    ErrorAt(m_statement.line).Quote(name).Add(" must name a file, not a folder");
+    return false;
 }
 
 bool SettingsParser::ParseForm(const LineForm& form, char** words, char* value, char* end)

@@ -64,6 +64,7 @@ private:
     bool ParseHeading(char* line, char* end);
     bool ParseAssignment(char* line, char* end);
     bool ParseSetting(const Setting& setting, char* value, char* end);
+    bool IsFileName(const char* name);
     bool ParseForm(const LineForm& form, char** words, char* value, char* end);
     bool ParseValue(const char* name, char* value, char* end);
     bool ParseQuoted(char* value, char* end);
