@@ -8,7 +8,8 @@
 . "$(dirname "$0")/scripts/common.sh"
 
 if [ "${1:-}" = --where ]; then
-    echo "$(build_root)/site"
+    site=$(build_root)/site
+    echo "$site"
     exit 0
 fi
 [ $# -eq 0 ] || fail "run.sh takes no arguments but --where"
@@ -50,7 +51,7 @@ done
 [ -n "$stopped" ] || ! kill -0 "$child" 2>/dev/null ||
     say "the example site is on http://127.0.0.1:$port/ (Ctrl-C stops it)"
 status=0
-wait "$child" || status=$?
+[ -n "$stopped" ] || wait "$child" || status=$?
 if [ -n "$stopped" ]; then
     kill "$child" 2>/dev/null || true
     wait "$child" 2>/dev/null || true

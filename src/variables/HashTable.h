@@ -223,8 +223,10 @@ private:
                 abort();
             m_capacity += kGrowth;
         }
-        int room = m_room < kFirstRoom ? kFirstRoom : m_room * 2;
-        m_room = m_room >= kGrowth || room > m_capacity ? m_capacity : room;
+        int room = m_capacity;
+        if (m_room < kGrowth)
+            room = m_room < kFirstRoom ? kFirstRoom : m_room * 2;
+        m_room = room < m_capacity ? room : m_capacity;
         m_entries = static_cast<T**>(GrownMemory(m_entries, size_t(m_room), sizeof(T*)));
         m_chains.Grow(m_room);
     }

@@ -83,30 +83,22 @@ OutputFile::~OutputFile()
 
 bool OutputFile::Start(String* error)
 {
-    struct stat old, target;
-    bool exists = stat(m_target.data(), &old) == 0;
-    if (!exists && errno != ENOENT)
+    struct stat target;
+    m_exists = stat(m_target.data(), &m_old) == 0;
+    if (!m_exists && errno != ENOENT)
         return Failed(error);
     String path = m_target;
     for (int links = 0; links < kMostLinks && FollowLink(&path);)
         ++links;
     // Some links of the system lead to a file that no path leads to.
-    m_is_copied = exists && (!S_ISREG(old.st_mode) || stat(path.data(), &target) != 0 ||
-                             !IsSameFile(old, target));
+    m_is_copied = m_exists && (!S_ISREG(m_old.st_mode) || stat(path.data(), &target) != 0 ||
+                               !IsSameFile(m_old, target));
     if (m_is_copied) {
         const char* folder = getenv("TMPDIR");
         return MakeTemporary(String(folder && *folder ? folder : P_tmpdir) + "/zephasm", error);
     }
     m_target = path;
-    if (!MakeTemporary(m_target, error))
-        return false;
-    if (exists) {
-        HeldDescriptor made(open(m_temporary, O_WRONLY | O_CLOEXEC));
-        TakeOwnerAndMode(made.get(), old);
-    } else {
-        chmod(m_temporary, UsualMode());
-    }
-    return true;
+    return MakeTemporary(m_target, error);
 }
 
 bool OutputFile::MakeTemporary(const String& prefix, String* error)
@@ -127,6 +119,12 @@ bool OutputFile::Finish(String* error)
 {
     if (m_is_copied)
         return CopyToTarget(error);
+    // Last of all: a mode that forbids writing would forbid making the file, too.
+    HeldDescriptor made(open(m_temporary, O_RDONLY | O_CLOEXEC));
+    if (m_exists)
+        TakeOwnerAndMode(made.get(), m_old);
+    else
+        fchmod(made.get(), UsualMode());
     if (rename(m_temporary, m_target.data()) != 0)
         return Failed(error);
     free(m_temporary);
@@ -137,6 +135,10 @@ bool OutputFile::Finish(String* error)
 bool OutputFile::CopyToTarget(String* error)
 {
     HeldDescriptor from(open(m_temporary, O_RDONLY | O_CLOEXEC));
+    // A reader who goes away may end this process with the next write.
+    unlink(m_temporary);
+    free(m_temporary);
+    m_temporary = nullptr;
     HeldDescriptor to(open(m_target.data(), O_WRONLY | O_TRUNC | O_CLOEXEC));
     if (from.get() < 0 || to.get() < 0)
         return Failed(error);

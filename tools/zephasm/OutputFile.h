@@ -1,6 +1,8 @@
 #ifndef ZEPH_TOOLS_ZEPHASM_OUTPUTFILE_H
 #define ZEPH_TOOLS_ZEPHASM_OUTPUTFILE_H
 
+#include <sys/stat.h>
+
 #include "variables/StringClass.h"
 
 // The place where a finished file is to stand, and a temporary file to make it in.
@@ -32,6 +34,8 @@ private:
     bool CopyToTarget(String* error);
 
     String m_target;
+    struct stat m_old = {};       // what stands there
+    bool m_exists = false;        // m_old is set
     bool m_is_copied = false;     // into the target, instead of taking its place
     char* m_temporary = nullptr;  // owned (malloc)
 };

@@ -175,8 +175,7 @@ bool LoadedImage::Failed(const String& text)
 // The readers know every limit; what they accept is then taken record by record.
 bool LoadedImage::Load(FileManager* manager, const char* path)
 {
-    return ReadWholeFile(manager, path, &m_bytes, &m_error) && ReadAsRuntime(manager, path) &&
-           TakeTables();
+    return ReadAsRuntime(manager, path) && TakeTables();
 }
 
 bool LoadedImage::ReadAsRuntime(FileManager* manager, const char* path)
@@ -188,6 +187,9 @@ bool LoadedImage::ReadAsRuntime(FileManager* manager, const char* path)
     for (const auto& section : kSections)
         if (!file.Section_Exists(section.tag))
             return Failed(String("there is no section \"") + section.name + "\"");
+    // Only now: what is no image may be of any size.
+    if (!ReadWholeFile(manager, path, &m_bytes, &m_error))
+        return false;
     if (!m_dictionary.Read(&file))
         return Failed("section \"dict\": " + m_dictionary.error());
     if (!ReadVariables(&file) || !ReadLanguages(&file))

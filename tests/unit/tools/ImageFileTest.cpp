@@ -112,12 +112,13 @@ TEST_F(ImageFile, CutShortIsToldInWords)
 
 TEST_F(ImageFile, KeepsItsMode)
 {
-    for (const int mode : {0600, 0644, 0755, 0666, 02750}) {
+    for (const int mode : {0600, 0644, 0755, 0666, 02750, 0444, 0200}) {
         SCOPED_TRACE(mode);
         run.Write("page.zpc", "old");
         ASSERT_EQ(chmod(run.Path("page.zpc").c_str(), mode_t(mode)), 0);
         EXPECT_EQ(WriteTo("page.zpc"), "");
         EXPECT_EQ(Mode("page.zpc"), mode);
+        chmod(run.Path("page.zpc").c_str(), 0600);
         EXPECT_TRUE(IsImage("page.zpc"));
     }
 }
