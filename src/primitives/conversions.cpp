@@ -1,6 +1,14 @@
 #include "primitives/conversions.h"
 
+#include <errno.h>
+#include <limits.h>
+#include <math.h>
+#include <stdint.h>
+#include <stdlib.h>
 #include <string.h>
+#include <strings.h>
+
+#include "primitives/dtoa.h"
 
 namespace {
 
@@ -32,6 +40,179 @@ bool SumDigits(const char* text, size_t length, int base, unsigned int* sum)
         *sum = *sum * unsigned(base) + unsigned(digit);
     }
     return true;
+}
+
+// The places of a text without an explicit precision.
+const int kDefaultPlaces = 20;
+// Leaves room in an int for all that stands in front of the places.
+const int kMostPlaces = INT_MAX - 400;
+
+void Report(int size, int room, int* length, int* capacity)
+{
+    if (length)
+        *length = size;
+    if (capacity)
+        *capacity = room;
+}
+
+// A number taken apart for writing.
+struct DecimalText {
+    char digits[kDtoaBuffer];
+    int count, decpt, sign;
+    int whole;   // how many of the digits stand in front of the point
+    int zeros;   // how many zeros between the point and the other digits
+    int filled;  // how many zeros behind the digits
+
+    bool HasPoint() const { return zeros + (count - whole) + filled > 0; }
+    int Length() const
+    {
+        return sign + (decpt < 1 ? 1 : decpt) + (HasPoint() ? 1 : 0) + zeros + (count - whole) +
+               filled;
+    }
+    char* Write(char* to) const;
+};
+
+// What has no digit behind the point and asks for no place is written without zeros.
+void SetPlaces(int precision, DecimalText* number)
+{
+    int whole = number->decpt < number->count ? number->decpt : number->count;
+    number->whole = whole < 0 ? 0 : whole;
+    int rest = number->count - number->whole;
+    bool has_point = precision > 0 || rest > 0;
+    number->zeros = has_point && number->decpt < 0 ? -number->decpt : 0;
+    int filled = precision - number->zeros - rest;
+    number->filled = filled < 0 ? 0 : filled;
+}
+
+char* Put(char* to, const char* text, int length)
+{
+    memcpy(to, text, size_t(length));
+    return to + length;
+}
+
+char* Fill(char* to, int zeros)
+{
+    memset(to, '0', size_t(zeros));
+    return to + zeros;
+}
+
+char* DecimalText::Write(char* to) const
+{
+    if (sign)
+        *to++ = '-';
+    to = Put(to, digits, whole);
+    to = Fill(to, decpt < 1 ? 1 : decpt - whole);
+    if (HasPoint())
+        *to++ = '.';
+    to = Fill(to, zeros);
+    to = Put(to, digits + whole, count - whole);
+    return Fill(to, filled);
+}
+
+// The room that authors of libraries have always found behind these texts.
+int UsualCapacity(const DecimalText& number, int places)
+{
+    int larger = number.count > number.decpt ? number.count : number.decpt;
+    return places + 3 + larger + (number.decpt == 0 ? 1 : 0);
+}
+
+char* WordText(const DecimalText& number, int* length, int* capacity)
+{
+    int size = number.sign + number.count;
+    char* text = new char[size_t(size) + 1];
+    char* to = text;
+    if (number.sign)
+        *to++ = '-';
+    *Put(to, number.digits, number.count) = 0;
+    Report(size, size + 1, length, capacity);
+    return text;
+}
+
+// A whole number below 2^53 and a power of ten up to 10^22 are exact doubles, and one
+// division of them rounds correctly.
+const uint64_t kExactIntegers = uint64_t(1) << 53;
+const int kExactPowers = 22;
+const double kPowersOfTen[kExactPowers + 1] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                               1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
+                                               1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
+
+// Reads digits with at most one '.' among them, and a '-' in front; false for what has
+// another form, and for what has too many digits to be exact here.
+bool ReadShortDecimal(const char* text, size_t length, double* value)
+{
+    size_t i = text[0] == '-' ? 1 : 0;
+    uint64_t sum = 0;
+    int places = 0, digits = 0;
+    bool behind_point = false;
+    for (; i < length; ++i) {
+        if (text[i] == '.' && !behind_point) {
+            behind_point = true;
+            continue;
+        }
+        unsigned int digit = static_cast<unsigned char>(text[i]) - unsigned('0');
+        if (digit > 9 || sum >= kExactIntegers / 10 || places == kExactPowers)
+            return false;
+        sum = sum * 10 + digit;
+        ++digits;
+        places += behind_point ? 1 : 0;
+    }
+    if (digits == 0)
+        return false;
+    double magnitude = double(sum) / kPowersOfTen[places];
+    *value = text[0] == '-' ? -magnitude : magnitude;
+    return true;
+}
+
+bool IsWord(const char* text, size_t length, const char* word)
+{
+    return length == strlen(word) && strncasecmp(text, word, length) == 0;
+}
+
+bool ReadWord(const char* text, size_t length, double* value)
+{
+    bool negative = text[0] == '-';
+    const char* word = negative ? text + 1 : text;
+    size_t rest = negative ? length - 1 : length;
+    double magnitude = INFINITY;
+    if (IsWord(word, rest, "nan"))
+        magnitude = NAN;
+    else if (!IsWord(word, rest, "inf") && !IsWord(word, rest, "infinity"))
+        return false;
+    *value = copysign(magnitude, negative ? -1.0 : 1.0);
+    return true;
+}
+
+// Reads a text that has a NUL at `length`; false when the text is no number, or one that
+// overflows to the infinity that `*value` then has.
+bool ReadTerminated(const char* text, size_t length, double* value)
+{
+    char* end;
+    errno = 0;
+    double number = strtod(text, &end);
+    if (end == text + length) {
+        *value = number;
+        return errno != ERANGE || !isinf(number);
+    }
+    // Only a C library whose strtod knows no hexadecimal numbers leaves one over.
+    if (!IsHexadecimal(text, length))
+        return false;
+    long integer = strtol(text, &end, 16);
+    if (end != text + length)
+        return false;
+    *value = double(integer);
+    return true;
+}
+
+bool ReadCopy(const char* text, size_t length, double* value)
+{
+    char local[105];
+    char* copy = length < sizeof local ? local : new char[length + 1];
+    memcpy(copy, text, length);
+    copy[length] = 0;
+    bool valid = ReadTerminated(copy, length, value);
+    if (copy != local)
+        delete[] copy;
+    return valid;
 }
 
 }  // namespace
@@ -72,4 +253,42 @@ int stoi(const char* text, int length, int* error)
     if (!valid)
         return 0;
     return int(negative ? 0u - sum : sum);
+}
+
+char* dtos(double value, int* length, int* capacity, int precision)
+{
+    int places = precision < 0 ? kDefaultPlaces : precision;
+    if (places > kMostPlaces)
+        places = kMostPlaces;
+    DecimalText number;
+    char* end;
+    dtoa(value, kDtoaShortestToPlaces, places, &number.decpt, &number.sign, &end, number.digits);
+    number.count = int(end - number.digits);
+    if (number.decpt == kDtoaNotFinite)
+        return WordText(number, length, capacity);
+    SetPlaces(precision < 0 ? -1 : places, &number);
+    int size = number.Length();
+    int room = UsualCapacity(number, places);
+    // A small negative number that loses all its digits needs one character more.
+    if (room <= size)
+        room = size + 1;
+    char* text = new char[size_t(room)];
+    *number.Write(text) = 0;
+    Report(size, room, length, capacity);
+    return text;
+}
+
+double stod(const char* text, int length, int capacity, int* error)
+{
+    size_t count = length < 0 ? strlen(text) : size_t(length);
+    double value = 0.0;
+    bool valid =
+        count == 0 || ReadShortDecimal(text, count, &value) || ReadWord(text, count, &value);
+    if (!valid) {
+        bool terminated = length < 0 || (capacity > length && text[count] == 0);
+        valid = terminated ? ReadTerminated(text, count, &value) : ReadCopy(text, count, &value);
+    }
+    if (error)
+        *error = valid ? 0 : 1;
+    return value;
 }
