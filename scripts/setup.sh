@@ -12,7 +12,7 @@ packages_for() {
     case $1 in
         build) echo "g++ cmake ninja-build" ;;
         serve) echo "lighttpd" ;;
-        test)  echo "libgtest-dev python3 lighttpd" ;;
+        test)  echo "libgtest-dev libcrypt-dev python3 lighttpd" ;;
         fuzz)  echo "clang libclang-rt-14-dev" ;;
         bench) echo "python3 lighttpd wrk php-cgi lua5.4 perl valgrind" ;;
         *)     fail "setup.sh knows build, serve, test, fuzz and bench, not '$1'" ;;
