@@ -1,6 +1,5 @@
 #include "files/FileManager.h"
 
-#include <errno.h>
 #include <stdio.h>
 
 namespace {
@@ -29,15 +28,12 @@ void FileManager::Error(const String& text)
 bool FileManager::Failed(const String& text)
 {
     Error(text);
-    errno = 0;
     return false;
 }
 
 bool FileManager::SystemFailed()
 {
-    int reason = errno;
     Error(lasterror());
-    errno = reason;
     return false;
 }
 

@@ -78,8 +78,7 @@ protected:
     int security_options() const { return m_security_options; }
 
     // Store a text and give false, for return statements: this one a text of our
-    // own, with 0 left in errno, the other one lasterror(), with errno as it was. So
-    // errno tells after a failure whether the system was the cause.
+    // own, the other one lasterror().
     bool Failed(const String& text);
     bool SystemFailed();
 

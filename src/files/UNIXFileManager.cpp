@@ -8,12 +8,6 @@
 
 #include "files/UNIXFile.h"
 
-namespace {
-
-const int kCreationMode = 0666;
-
-}  // namespace
-
 UNIXFileManager::UNIXFileManager(ZephApplication* application) : FileManager(application) {}
 
 UNIXFileManager::UNIXFileManager(ZephApplication* application, const UNIXFileManager& other)
@@ -28,14 +22,14 @@ UNIXFileManager::UNIXFileManager(ZephApplication* application, const UNIXFileMan
 
 UNIXFileManager::~UNIXFileManager() = default;
 
-// A directory whose descriptor cannot be had again is not configured in the copy.
+// A directory whose descriptor cannot be had again stays configured in the copy, and
+// everything under it fails: were it forgotten, temporary files would go elsewhere.
 void UNIXFileManager::CopyRoot(Root* root, const Root& other)
 {
     if (!other.path.get())
         return;
+    root->path.reset(new UNIXFilePath(*other.path));
     root->descriptor.reset(fcntl(other.descriptor.get(), F_DUPFD_CLOEXEC, 0));
-    if (root->descriptor.get() >= 0)
-        root->path.reset(new UNIXFilePath(*other.path));
 }
 
 const char* UNIXFileManager::lasterror()

@@ -23,7 +23,7 @@ enum FileSecurityOption : int {
 // How RealizePath ended.
 enum RealizeResult : int {
     kRealized = 0,
-    kRealizeMissing = 1,        // errno says why
+    kRealizeMissing = 1,
     kRealizeLink = 2,           // a symbolic link where none is allowed
     kRealizeOwnerMismatch = 3,  // a link to a directory of another owner
 };
@@ -105,11 +105,21 @@ private:
     // A configured directory.
     struct Root {
         HeldPath path;              // null when not configured
-        HeldDescriptor descriptor;  // -1 when there is none
+        HeldDescriptor descriptor;  // -1 when there is none: then it serves no path
     };
     struct RootWords;
     struct OpenAttempt;
     class ContainedName;
+
+    // How a step on the way to a contained name ended. The text of the last two is
+    // in error().
+    enum class Step {
+        kTaken,
+        kMissing,  // the system knows no such name
+        kFailed,
+    };
+
+    static constexpr int kCreationMode = 0666;
 
     bool Allows(int option) const { return (security_options() & option) != 0; }
 
@@ -117,12 +127,24 @@ private:
     bool InitializeRoot(Root* root, const char* path, const RootWords& words, bool follow,
                         bool ignore_owner);
     bool RootFailed(const RootWords& words, const char* what);
-    RealizeResult WalkPath(UNIXFilePath* given);
-    bool RealizeFailed(RealizeResult result);
-    bool GoToRoot(const _UNIXContainedPathSettings& settings, UNIXFilePath** out);
+    // RealizePath; `reason` takes the system's error number for kRealizeMissing.
+    RealizeResult Realize(UNIXFilePath* given, const char* path, UNIXFilePath** out, bool follow,
+                          bool ignoreowner, int* reason);
+    RealizeResult WalkPath(UNIXFilePath* given, int* reason);
+    Step RealizeFailed(RealizeResult result, int reason);
+    // RealizeContainedPath, with the outcome in full.
+    Step EnterContained(Zeph_PathType type, const _UNIXContainedPathSettings& settings,
+                        const char* path, UNIXFilePath** out);
+    Step GoToRoot(const _UNIXContainedPathSettings& settings, UNIXFilePath** out);
+    Step LeavesRoot(Zeph_PathType type);
 
+    // Store the text of a failure, as Failed and SystemFailed do.
     bool OwnerFailed();
+    Step OwnerStep();
+    Step SystemStep();
+
     bool LookBeforeOpen(const ContainedName& name, OpenAttempt* attempt);
+    bool CreateNoMore(const ContainedName& name, int flags, OpenAttempt* attempt);
     int Opened(const ContainedName& name, const OpenAttempt& attempt, int descriptor);
 
     Root m_data;

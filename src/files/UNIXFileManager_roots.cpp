@@ -1,5 +1,6 @@
 #include <errno.h>
 #include <fcntl.h>
+#include <limits.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -14,6 +15,44 @@ const char* SkipSlashes(const char* path)
     while (*path == '/')
         ++path;
     return path;
+}
+
+// To be called while errno is untouched.
+RealizeResult Missing(int* reason)
+{
+    *reason = errno;
+    return kRealizeMissing;
+}
+
+// Goes where a held link leads; `owner` is that of the link.
+RealizeResult EnterLink(int link, uid_t owner, int* reason)
+{
+    char target[PATH_MAX];
+    ssize_t length = readlinkat(link, "", target, sizeof target);
+    if (length == static_cast<ssize_t>(sizeof target)) {
+        errno = ENAMETOOLONG;
+        length = -1;
+    }
+    if (length < 0)
+        return Missing(reason);
+    target[length] = 0;
+    struct stat entered;
+    if (chdir(target) != 0 || stat(".", &entered) != 0)
+        return Missing(reason);
+    return entered.st_uid == owner ? kRealized : kRealizeOwnerMismatch;
+}
+
+// Goes into what the element names. It is held from the look at it to the step into it,
+// so that nobody can put something else in its place between the two.
+RealizeResult EnterElement(const char* element, int* reason)
+{
+    HeldDescriptor entry(open(element, O_PATH | O_NOFOLLOW | O_CLOEXEC));
+    struct stat status;
+    if (entry.get() < 0 || fstat(entry.get(), &status) != 0)
+        return Missing(reason);
+    if (S_ISLNK(status.st_mode))
+        return EnterLink(entry.get(), status.st_uid, reason);
+    return fchdir(entry.get()) == 0 ? kRealized : Missing(reason);
 }
 
 }  // namespace
@@ -112,19 +151,26 @@ RealizeResult UNIXFileManager::RealizePath(const char* path, UNIXFilePath** out,
 RealizeResult UNIXFileManager::RealizePath(UNIXFilePath* given, const char* path,
                                            UNIXFilePath** out, bool follow, bool ignoreowner)
 {
+    int reason = 0;
+    return Realize(given, path, out, follow, ignoreowner, &reason);
+}
+
+RealizeResult UNIXFileManager::Realize(UNIXFilePath* given, const char* path, UNIXFilePath** out,
+                                       bool follow, bool ignoreowner, int* reason)
+{
     char text[kLongestRealPath];
     if (chdir(path) != 0 || !getcwd(text, sizeof text))
-        return kRealizeMissing;
+        return Missing(reason);
     HeldPath real(new UNIXFilePath(text));
     if (!real->Matches(*given, 0)) {
         if (!follow)
             return kRealizeLink;
         if (!ignoreowner) {
-            RealizeResult result = WalkPath(given);
+            RealizeResult result = WalkPath(given, reason);
             if (result != kRealized)
                 return result;
             if (!getcwd(text, sizeof text))
-                return kRealizeMissing;
+                return Missing(reason);
             real.reset(new UNIXFilePath(text));
         }
     }
@@ -132,46 +178,53 @@ RealizeResult UNIXFileManager::RealizePath(UNIXFilePath* given, const char* path
     return kRealized;
 }
 
-// Goes along the path, element by element, to see that what each one leads to has
-// the owner of the element itself.
-RealizeResult UNIXFileManager::WalkPath(UNIXFilePath* given)
+// Goes along the path, element by element, to see that each link in it leads to a
+// directory of its own owner.
+RealizeResult UNIXFileManager::WalkPath(UNIXFilePath* given, int* reason)
 {
     if (given->elements() == 0 || chdir(given->Element(0)) != 0)
-        return kRealizeMissing;
-    for (int index = 1; index < given->elements(); ++index) {
-        const char* element = given->Element(index);
-        struct stat entry, entered;
-        if (lstat(element, &entry) != 0 || chdir(element) != 0 || stat(".", &entered) != 0)
-            return kRealizeMissing;
-        if (entry.st_uid != entered.st_uid)
-            return kRealizeOwnerMismatch;
-    }
-    return kRealized;
+        return Missing(reason);
+    RealizeResult result = kRealized;
+    for (int index = 1; result == kRealized && index < given->elements(); ++index)
+        result = EnterElement(given->Element(index), reason);
+    return result;
 }
 
-// Stores the text of a contained path that is not kRealized. What a missing
-// directory left in errno stays there.
-bool UNIXFileManager::RealizeFailed(RealizeResult result)
+// Stores the text of a contained path that is not kRealized.
+UNIXFileManager::Step UNIXFileManager::RealizeFailed(RealizeResult result, int reason)
 {
-    int reason = result == kRealizeMissing ? errno : 0;
-    if (result == kRealizeMissing)
-        Error("The specified path references a directory that does not exist");
-    else if (result == kRealizeLink)
-        Error("The specified path references a symbolic link");
+    if (result == kRealizeMissing) {
+        Failed("The specified path references a directory that does not exist");
+        return reason == ENOENT ? Step::kMissing : Step::kFailed;
+    }
+    if (result == kRealizeLink)
+        Failed("The specified path references a symbolic link");
     else
-        Error(
+        Failed(
             "The specified path references a symbolic link to a directory owned by a "
             "different user");
-    errno = reason;
-    return false;
+    return Step::kFailed;
 }
 
-bool UNIXFileManager::GoToRoot(const _UNIXContainedPathSettings& settings, UNIXFilePath** out)
+UNIXFileManager::Step UNIXFileManager::GoToRoot(const _UNIXContainedPathSettings& settings,
+                                                UNIXFilePath** out)
 {
     if (fchdir(settings.descriptor) != 0)
-        return SystemFailed();
+        return SystemStep();
     *out = new UNIXFilePath(*settings.root);
-    return true;
+    return Step::kTaken;
+}
+
+UNIXFileManager::Step UNIXFileManager::LeavesRoot(Zeph_PathType type)
+{
+    const char* kind = "data";
+    if (type == kScriptPath)
+        kind = "script";
+    else if (type == kTemporaryPath)
+        kind = "temporary";
+    Failed(String("The specified path references a path outside the configured ") + kind +
+           " directory");
+    return Step::kFailed;
 }
 
 bool UNIXFileManager::RealizeContainedPath(Zeph_PathType type, const char* path, UNIXFilePath** out)
@@ -185,8 +238,15 @@ bool UNIXFileManager::RealizeContainedPath(Zeph_PathType type,
                                            const _UNIXContainedPathSettings& settings,
                                            const char* path, UNIXFilePath** out)
 {
+    return EnterContained(type, settings, path, out) == Step::kTaken;
+}
+
+UNIXFileManager::Step UNIXFileManager::EnterContained(Zeph_PathType type,
+                                                      const _UNIXContainedPathSettings& settings,
+                                                      const char* path, UNIXFilePath** out)
+{
     if (!FreeFileSpace(1))
-        return false;
+        return Step::kFailed;
     if (!path)
         path = "";
     bool absolute = path[0] == '/' && settings.allow_absolute;
@@ -197,18 +257,17 @@ bool UNIXFileManager::RealizeContainedPath(Zeph_PathType type,
 
     HeldPath joined(absolute ? new UNIXFilePath(path)
                              : new UNIXFilePath(settings.root->path(), path));
-    if (!settings.root->Contains(*joined)) {
-        const char* kind = type == kScriptPath      ? "script"
-                           : type == kTemporaryPath ? "temporary"
-                                                    : "data";
-        return Failed(String("The specified path references a path outside the configured ") +
-                      kind + " directory");
-    }
-    if (!absolute && fchdir(settings.descriptor) != 0)
-        return SystemFailed();
+    if (!settings.root->Contains(*joined))
+        return LeavesRoot(type);
+    // An absolute path needs no step into the root. Where the root has no descriptor, the
+    // step is taken all the same: its failure is the answer to every path.
+    bool steps_in = !absolute || settings.descriptor < 0;
+    if (steps_in && fchdir(settings.descriptor) != 0)
+        return SystemStep();
+    int reason = 0;
     RealizeResult result =
-        RealizePath(joined.get(), path, out, settings.follow_links, settings.ignore_owner);
-    return result == kRealized || RealizeFailed(result);
+        Realize(joined.get(), path, out, settings.follow_links, settings.ignore_owner, &reason);
+    return result == kRealized ? Step::kTaken : RealizeFailed(result, reason);
 }
 
 char* UNIXFileManager::NormalizeContainedPath(Zeph_PathType type, const char* path, int* length,

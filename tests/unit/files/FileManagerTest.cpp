@@ -33,6 +33,8 @@ public:
     bool Activate(String& error) override
     {
         Note('+');
+        if (takes_from)
+            m_manager->DeactivateFile(takes_from);
         if (refuse)
             error = "No more today";
         return !refuse;
@@ -40,6 +42,7 @@ public:
     void Deactivate() override { Note('-'); }
 
     bool refuse = false;
+    File* takes_from = nullptr;  // a file that goes while this one comes
 
 private:
     void Note(char what)
@@ -171,6 +174,24 @@ TEST_F(FilePool, AFailedActivationLeavesTheFileInactive)
     Events();
     EXPECT_TRUE(manager.ActivateFile(&a));
     EXPECT_EQ(Events(), "-b+a");
+}
+
+TEST_F(FilePool, AFileMayGoWhileAnotherComes)
+{
+    manager.FileOpened(&a);
+    manager.FileOpened(&b);
+    manager.FileOpened(&c);
+    manager.DeactivateFile(&a);
+    a.takes_from = &c;
+    Events();
+    EXPECT_TRUE(manager.ActivateFile(&a));
+    EXPECT_EQ(Events(), "+a-c");
+    // Each is where it belongs: c waits for its turn, a and b have theirs.
+    EXPECT_TRUE(manager.ActivateFile(&c));
+    EXPECT_EQ(Events(), "+c");
+    manager.MaxFiles(3);
+    EXPECT_TRUE(manager.FreeFileSpace(3));
+    EXPECT_EQ(Events(), "-b-a-c");
 }
 
 TEST_F(FilePool, AClosedFileTakesNoRoom)

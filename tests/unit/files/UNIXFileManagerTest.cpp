@@ -13,7 +13,6 @@
 
 #include "TemporaryTree.h"
 #include "files/File.h"
-#include "files/HeldDirectory.h"
 #include "files/HeldText.h"
 
 namespace {
@@ -224,42 +223,6 @@ TEST_F(UNIXFileManagerTest, SavesAndRestoresTheCurrentDirectory)
     EXPECT_EQ(fcntl(saved, F_GETFD), -1);
     EXPECT_FALSE(manager.RestoreCurrentDirectory(-1));
     EXPECT_STREQ(manager.error().data(), "Bad file descriptor");
-    {
-        HeldDirectory held(&manager);
-        EXPECT_TRUE(held.is_held());
-        ASSERT_EQ(chdir("/"), 0);
-    }
-    EXPECT_EQ(Here(), tree.Path("scripts"));
-}
-
-TEST_F(UNIXFileManagerTest, ACopyHasDescriptorsOfItsOwn)
-{
-    Configure(kDataAllowAbsolute);
-    manager.MaxFiles(7);
-    std::unique_ptr<UNIXFileManager> copy(new UNIXFileManager(nullptr, manager));
-    for (Zeph_PathType type : {kDataPath, kScriptPath, kTemporaryPath}) {
-        SCOPED_TRACE(type);
-        _UNIXContainedPathSettings ours, theirs;
-        ASSERT_TRUE(manager.ContainedPathSettings(type, &ours));
-        ASSERT_TRUE(copy->ContainedPathSettings(type, &theirs));
-        EXPECT_NE(ours.descriptor, theirs.descriptor);
-        EXPECT_NE(ours.root, theirs.root);
-        EXPECT_STREQ(ours.root->path(), theirs.root->path());
-        EXPECT_EQ(ours.allow_absolute, theirs.allow_absolute);
-        EXPECT_EQ(fcntl(theirs.descriptor, F_GETFD) & FD_CLOEXEC, FD_CLOEXEC);
-    }
-    EXPECT_FALSE(copy->FreeFileSpace(8));
-    copy.reset();
-    bool exists = false;
-    EXPECT_TRUE(manager.Exists(kDataPath, "sub/five", &exists));
-    EXPECT_TRUE(exists);
-}
-
-TEST_F(UNIXFileManagerTest, ACopyOfNothingHasNothing)
-{
-    UNIXFileManager copy(nullptr, manager);
-    _UNIXContainedPathSettings settings;
-    EXPECT_FALSE(copy.ContainedPathSettings(kDataPath, &settings));
 }
 
 TEST_F(UNIXFileManagerTest, TheSeparatorIsASlash)

@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <errno.h>
 #include <unistd.h>
 
 #include <memory>
@@ -299,14 +298,44 @@ TEST_F(FileRoots, EachRootNamesItselfWhenAPathLeavesIt)
               "The specified path references a path outside the configured temporary directory");
 }
 
-TEST_F(FileRoots, AFailureOfTheSystemStaysInErrno)
+TEST_F(FileRoots, RealizingADirectoryMakesRoomInThePool)
 {
+    tree.Write("data/file", "text");
     ASSERT_TRUE(manager.InitializeDataDirectory(tree.Path("data").c_str()));
-    tree.Write("data/file", "");
-    Realize(kDataPath, "none");
-    EXPECT_EQ(errno, ENOENT);
-    Realize(kDataPath, "file");
-    EXPECT_EQ(errno, ENOTDIR);
-    Realize(kDataPath, "..");
-    EXPECT_EQ(errno, 0);
+    for (const char* path : {"", "sub"}) {
+        SCOPED_TRACE(path);
+        manager.MaxFiles(1);
+        std::unique_ptr<File> pooled(manager.Open(kDataPath, "file", kOpenRead));
+        ASSERT_TRUE(pooled);
+        EXPECT_NE(Realize(kDataPath, path), "");
+        ASSERT_EQ(unlink(tree.Path("data/file").c_str()), 0);
+        EXPECT_EQ(pooled->Length(), -1);
+        tree.Write("data/file", "text");
+        manager.MaxFiles(-1);
+        EXPECT_EQ(Realize(kDataPath, path),
+                  "Simultaneous request for -1 file handles exceeds the maximum number of "
+                  "simultaneous file handles.");
+    }
+}
+
+TEST_F(FileRoots, ARealPathHasLessThan1024Bytes)
+{
+    std::string path = tree.path();
+    while (path.size() < 1023) {
+        std::size_t rest = 1023 - path.size() - 1;
+        // One byte alone would leave no room for a separator and a name.
+        path += '/' + std::string(rest > 200 ? 198 : rest, 'd');
+        ASSERT_EQ(mkdir(path.c_str(), 0700), 0);
+    }
+    ASSERT_EQ(path.size(), 1023u);
+    const std::string longer = path + "d";
+    ASSERT_EQ(mkdir(longer.c_str(), 0700), 0);
+    EXPECT_TRUE(manager.InitializeDataDirectory(path.c_str()));
+    EXPECT_EQ(Realize(kDataPath, ""), path);
+    EXPECT_FALSE(manager.InitializeDataDirectory(longer.c_str()));
+    EXPECT_STREQ(manager.error().data(), "The configured data directory does not exist");
+    ASSERT_TRUE(manager.InitializeDataDirectory(tree.path().c_str()));
+    EXPECT_EQ(Realize(kDataPath, path.c_str() + tree.path().size()), path);
+    EXPECT_EQ(Realize(kDataPath, longer.c_str() + tree.path().size()),
+              "The specified path references a directory that does not exist");
 }
