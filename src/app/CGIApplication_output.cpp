@@ -12,6 +12,7 @@
 #include "app/HTTPOutput.h"
 #include "config/ExternalConfig.h"
 #include "primitives/MD5.h"
+#include "variables/ImmutableVariable.h"
 #include "variables/VariableHash.h"
 
 namespace {

@@ -5,8 +5,12 @@
 #include <string.h>
 
 #include "primitives/conversions.h"
+#include "variables/Variable.h"
 
 namespace {
+
+// The precision of dtos that reads back as the same number with the fewest digits.
+const int kShortest = -1;
 
 // Ends the process for what an int cannot count, as exhausted memory does.
 int Counted(long long bytes)
@@ -129,6 +133,32 @@ void LinkBuffer::prepend(int value)
     int length, capacity;
     char* text = itos(value, &length, &capacity);
     prepend_nocopy(text, length, capacity);
+}
+
+void LinkBuffer::cat(double value)
+{
+    int length, capacity;
+    char* text = dtos(value, &length, &capacity, kShortest);
+    cat_nocopy(text, length, capacity);
+}
+
+void LinkBuffer::prepend(double value)
+{
+    int length, capacity;
+    char* text = dtos(value, &length, &capacity, kShortest);
+    prepend_nocopy(text, length, capacity);
+}
+
+void LinkBuffer::cat(Variable* variable)
+{
+    const String& text = variable->value();
+    cat(text.data(), text.length());
+}
+
+void LinkBuffer::prepend(Variable* variable)
+{
+    const String& text = variable->value();
+    prepend(text.data(), text.length());
 }
 
 void LinkBuffer::cat(LinkBuffer* other)

@@ -2,6 +2,7 @@
 #define ZEPH_VARIABLES_LINKBUFFER_H
 
 class Output;
+class Variable;
 
 // One piece of a LinkBuffer. Owns its array and all blocks behind it: deleting the
 // first block frees the chain, in a loop, however long it is.
@@ -48,6 +49,11 @@ public:
     // The decimal text of a number.
     void cat(int value);
     void prepend(int value);
+    void cat(double value);
+    void prepend(double value);
+    // A copy of the variable's text.
+    void cat(Variable* variable);
+    void prepend(Variable* variable);
     // Copy the other's text, which may be this buffer itself.
     void cat(LinkBuffer* other);
     void prepend(LinkBuffer* other);

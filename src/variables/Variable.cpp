@@ -1,52 +1,104 @@
 #include "variables/Variable.h"
 
-#include "primitives/conversions.h"
+#include <new>
+#include <utility>
+
+#include "variables/AggregateElement.h"
+#include "variables/AggregateWalk.h"
+#include "variables/CallbackVariable.h"
+#include "variables/ReferenceVariable.h"
+
+namespace {
+
+// Variables that have lost their last count while another one was ending.
+struct Endings {
+    Variable* first;
+    bool is_active;
+};
+
+thread_local Endings t_endings;
+
+}  // namespace
 
 Variable::Variable(const char* name, int name_length, const char* text, int length)
     : m_name(name, name_length), m_value(text, length), m_valid(kTextValid), m_primary(kText)
 {
 }
 
+Variable::Variable(const String& name, const String& text)
+    : Variable(name.data(), name.length(), text.data(), text.length())
+{
+}
+
+// Unlike a set, this makes the integer at once.
+Variable::Variable(const char* name, int name_length, double value)
+    : m_name(name, name_length),
+      m_real(value),
+      m_integer(Truncated(value)),
+      m_valid(kIntegerValid | kDoubleValid),
+      m_primary(kDouble)
+{
+}
+
 Variable::Variable(const char* name, int name_length, int value)
-    : m_name(name, name_length), m_integer(value), m_valid(kIntegerValid), m_primary(kInteger)
+    : m_name(name, name_length),
+      m_real(value),
+      m_integer(value),
+      m_valid(kIntegerValid),
+      m_primary(kInteger)
 {
 }
 
-const String& Variable::value()
+Variable::Variable(const char* name, int name_length, char* buffer, int length, int capacity)
+    : m_name(name, name_length),
+      m_value(buffer, length, capacity),
+      m_valid(kTextValid),
+      m_primary(kText)
 {
-    if (m_valid & kTextValid)
-        return m_value;
-    if (m_valid & kIntegerValid) {
-        int length, capacity;
-        char* text = itos(m_integer, &length, &capacity);
-        m_value.assign_nocopy(text, length, capacity);
-    } else {
-        m_value.assign("", 0);
-    }
-    m_valid |= kTextValid;
-    return m_value;
 }
 
-int Variable::value_integer()
+// Reading a form may make and keep it, so a source is never really constant.
+Variable::Variable(const Variable& source)
 {
-    if (m_valid & kIntegerValid)
-        return m_integer;
-    m_integer = m_valid & kTextValid ? stoi(m_value.data(), m_value.length(), nullptr) : 0;
-    m_valid |= kIntegerValid;
-    return m_integer;
+    int length;
+    const char* name = source.NameBytes(&length);
+    m_name.Assign(name, length);
+    Variable::SetValue(const_cast<Variable&>(source));
 }
 
-bool Variable::IsNULL()
+Variable::Variable(VariableName&& name, int refcount)
+    : m_name(std::move(name)), m_refcount(refcount)
 {
-    if (m_valid & kTextValid)
-        return m_value.length() == 0;
-    return m_valid == 0;
+}
+
+Variable::Variable(Variable&& source, int refcount)
+    : m_name(std::move(source.m_name)),
+      m_value(std::move(source.m_value)),
+      m_real(source.m_real),
+      m_elements(std::exchange(source.m_elements, nullptr)),
+      m_integer(source.m_integer),
+      m_refcount(refcount),
+      m_valid(source.m_valid),
+      m_primary(source.m_primary),
+      m_aggregate(source.m_aggregate),
+      m_walked(source.m_walked)
+{
+}
+
+Variable::~Variable()
+{
+    delete std::exchange(m_elements, nullptr);
+}
+
+Variable* Variable::Clone(ZephApplication*)
+{
+    return new Variable(*this);
 }
 
 int Variable::SetNULL()
 {
     if (m_valid & kTextValid)
-        m_value.assign("", 0);
+        ClearText();
     SetForm(0, kNone);
     return 1;
 }
@@ -60,15 +112,16 @@ int Variable::SetValue(const char* text, int length)
 
 int Variable::SetValue(Variable& source)
 {
-    if (&source == this)
-        return 1;
-    if (source.m_valid == 0)
-        source.value();
-    if (source.m_valid & kTextValid)
-        m_value.assign(source.m_value.data(), source.m_value.length());
-    m_integer = source.m_integer;
-    m_valid = source.m_valid;
-    m_primary = source.m_primary;
+    Variable* real = source.RealIdentity();
+    if (real->aggregateelements()) {
+        AggregateElementTree* copy = CopiedElements(real, m_immutable);
+        AggregateType copied_type = real->aggregatetype();
+        m_valid = 0;
+        m_primary = kNone;
+        ReplaceElements(copy, copied_type);
+    } else if (real != this) {
+        CopyScalar(*real);
+    }
     return 1;
 }
 
@@ -86,53 +139,145 @@ int Variable::SetValue_Integer(int value)
     return 1;
 }
 
-void Variable::DecRefCount()
+int Variable::SetValue_Double(double value)
 {
-    if (--m_refcount == 0)
-        delete this;
-}
-
-void Variable::SetForm(int valid, PrimaryType primary)
-{
-    m_valid = valid;
-    m_primary = primary;
-}
-
-ImmutableVariable::ImmutableVariable(const char* name, int name_length, const char* text,
-                                     int length, bool lock)
-    : Variable(name, name_length, text, length), m_locked(lock)
-{
-}
-
-ImmutableVariable::ImmutableVariable(const char* name, int name_length, int value, bool lock)
-    : Variable(name, name_length, value), m_locked(lock)
-{
-}
-
-int ImmutableVariable::SetNULL()
-{
-    return m_locked ? 1 : Variable::SetNULL();
-}
-
-int ImmutableVariable::SetValue(const char* text, int length)
-{
-    return m_locked ? 1 : Variable::SetValue(text, length);
-}
-
-int ImmutableVariable::SetValue(Variable& source)
-{
-    return m_locked ? 1 : Variable::SetValue(source);
-}
-
-int ImmutableVariable::SetValue_Nocopy(char* text, int length, int capacity)
-{
-    if (!m_locked)
-        return Variable::SetValue_Nocopy(text, length, capacity);
-    delete[] text;
+    m_real = value;
+    SetForm(kDoubleValid, kDouble);
     return 1;
 }
 
-int ImmutableVariable::SetValue_Integer(int value)
+void Variable::CopyScalar(Variable& source)
 {
-    return m_locked ? 1 : Variable::SetValue_Integer(value);
+    switch (source.type()) {
+        case kAlwaysNull:
+            Variable::SetNULL();
+            return;
+        case kComputedInteger:
+            Variable::SetValue_Integer(source.value_integer());
+            return;
+        case kComputedText:
+            CopyText(source);
+            return;
+        case kPreferring:
+            CopyPreferred(source);
+            return;
+        default:
+            if (source.m_valid == 0)
+                source.value();
+            CopyForms(source);
+    }
+}
+
+void Variable::CopyText(Variable& source)
+{
+    const String& text = source.value();
+    Variable::SetValue(text.data(), text.length());
+}
+
+void Variable::CopyPreferred(Variable& source)
+{
+    if (source.m_valid != 0)
+        CopyForms(source);
+    else if (source.preferred_type() == kInteger)
+        Variable::SetValue_Integer(source.value_integer());
+    else if (source.preferred_type() == kDouble)
+        Variable::SetValue_Double(source.value_double());
+    else
+        CopyText(source);
+}
+
+void Variable::CopyForms(Variable& source)
+{
+    if (source.m_valid & kTextValid) {
+        if (source.m_value.length() > 0)
+            m_value = source.m_value;
+        else
+            ClearText();
+    }
+    m_real = source.m_real;
+    m_integer = source.m_integer;
+    SetForm(source.m_valid, PrimaryType(source.m_primary));
+}
+
+// Empties the text without making storage for it.
+void Variable::ClearText()
+{
+    if (m_value.length() > 0)
+        m_value.assign("", 0);
+}
+
+void Variable::ReplaceElements(AggregateElementTree* elements, AggregateType aggregate)
+{
+    AggregateElementTree* former = m_elements;
+    m_elements = elements;
+    m_aggregate = static_cast<unsigned char>(aggregate);
+    delete former;
+}
+
+void Variable::RaiseCounts(Variable* first)
+{
+    for (;;) {
+        ++first->m_refcount;
+        Variable* next = first->NextIdentity();
+        if (next == first)
+            return;
+        first = next;
+    }
+}
+
+void Variable::GiveCountsBack(Variable* first)
+{
+    for (;;) {
+        Variable* next = first->NextIdentity();
+        bool is_last = next == first;
+        first->GiveCountBack();
+        if (is_last)
+            return;
+        first = next;
+    }
+}
+
+// What ends may hold the last count of others, and these of more: all but the first
+// wait in a list, so that the depth of nesting does not become depth of calls.
+void Variable::End()
+{
+    if (!m_elements && !m_link.target) {
+        delete this;
+        return;
+    }
+    if (t_endings.is_active) {
+        m_next_ending = t_endings.first;
+        t_endings.first = this;
+        return;
+    }
+    t_endings.is_active = true;
+    delete this;
+    while (Variable* next = t_endings.first) {
+        t_endings.first = next->m_next_ending;
+        delete next;
+    }
+    t_endings.is_active = false;
+}
+
+// The target is counted before the elements go, among which it may be.
+void Variable::Make_Reference(Variable* target)
+{
+    if (target == this || target->RealIdentity() == this)
+        return;
+    int counts = m_refcount;
+    for (int i = 0; i < counts; ++i)
+        target->IncRefCount();
+    VariableName kept_name(std::move(m_name));
+    AggregateElementTree* former = std::exchange(m_elements, nullptr);
+    this->~Variable();
+    new (this) ReferenceVariable(std::move(kept_name), target, counts);
+    delete former;
+}
+
+void Variable::Make_CallbackStruct(CallbackVariableCallback* callback)
+{
+    int counts = m_refcount;
+    Variable kept(std::move(*this), counts);
+    this->~Variable();
+    new (this) CallbackStructVariable(std::move(kept), counts, callback);
 }

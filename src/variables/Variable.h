@@ -1,99 +1,262 @@
 #ifndef ZEPH_VARIABLES_VARIABLE_H
 #define ZEPH_VARIABLES_VARIABLE_H
 
+#include "variables/AggregateIndex.h"
+#include "variables/List.h"
 #include "variables/StringClass.h"
+#include "variables/VariableName.h"
 
-// The value type of the script language: a name and a value that is held as text
-// and as a 32-bit integer side by side. The form that was not set is made when it
-// is first asked for and then kept until the next set.
+class AggregateElementTree;
+class CallbackVariableCallback;
+class ZephApplication;
+
+// The value type of the script language: a name and a value, which is a scalar or an
+// aggregate. A scalar is held as text, as a 32-bit integer and as a double side by
+// side: a form that was not set is made when it is first asked for and then kept until
+// the next set. An aggregate is an array or a structure of variables.
 //
-// Reference counted from 1: whoever stores a variable holds a count and gives it
-// back by DecRefCount, never by delete.
+// Reference counted from 1: whoever stores a variable holds a count and gives it back
+// by DecRefCount, never by delete. What an aggregate holds may be shared with others,
+// and values may be nested as deep as memory allows: copying, serializing and ending
+// take memory of their own and not the machine's stack.
+//
+// An aggregate that contains itself, directly or through a reference, is possible. It
+// is never freed before the process ends. Where its text or its copy comes upon itself
+// again, the text gets nothing and the copy a NULL value.
 class Variable {
 public:
     // The form in which a value was last set.
     enum PrimaryType {
         kNone = 0,
         kText = 1,
-        kInteger = 2
+        kInteger = 2,
+        kDouble = 3
+    };
+    // What type() tells about a class.
+    enum Nature {
+        kPlain = 0,
+        kReference = 1,
+        kAlwaysNull = 2,
+        kComputedInteger = 3,
+        kComputedText = 4,
+        kPreferring = 5  // the value has a preferred_type() of its own
     };
 
+    // Those without a value are NULL. A length of -1 here and below means that the
+    // text ends at its NUL.
     Variable() {}
-    // A NULL value. A length of -1 here and below means that the text ends at its NUL.
     Variable(const char* name, int name_length) : m_name(name, name_length) {}
     Variable(const char* name, int name_length, const char* text, int length);
+    Variable(const String& name, const String& text);
+    Variable(const char* name, int name_length, double value);
     Variable(const char* name, int name_length, int value);
-
-    Variable(const Variable&) = delete;
+    // Takes the new[] array over.
+    Variable(const char* name, int name_length, char* buffer, int length, int capacity);
+    // The name, and the value as by SetValue: of a reference, that of its target.
+    Variable(const Variable& source);
     Variable& operator=(const Variable&) = delete;
-    virtual ~Variable() {}
 
-    virtual const String& name() { return m_name; }
-    // The text form; valid until the next set.
+    // The order of these is binary interface.
+
+    virtual ~Variable();
+    // A variable of its own with the same name and value, for another application.
+    virtual Variable* Clone(ZephApplication* application);
+    virtual const String& name() { return m_name.text(); }
+    // What a reference refers to, one step or all the way; else the variable itself.
+    virtual Variable* NextIdentity() { return this; }
+    virtual Variable* RealIdentity() { return this; }
+    // The forms of the value. The text is valid until the next set and, for an
+    // aggregate, made anew by each call: its values in order, joined by commas. An
+    // aggregate is 0 as a number, as is text that is no number.
     virtual const String& value();
     virtual int value_integer();
+    virtual double value_double();
+    // The number that a comparison sees; `*error` is 1 for an aggregate and for text
+    // that is no number, else 0.
+    virtual double value_compare(int* error);
+    virtual int type() { return kPlain; }
     virtual int primary_type() { return m_primary; }
-    // True for a value never set and for the empty text.
+    virtual int preferred_type() { return kText; }
+    virtual bool IsTrue();
+    // True for a scalar never set and for the empty text.
     virtual bool IsNULL();
     virtual int SetNULL();
+    // Null for a scalar.
+    virtual AggregateElementTree* aggregateelements() { return m_elements; }
+    virtual AggregateType aggregatetype() { return AggregateType(m_aggregate); }
     virtual int refcount() { return m_refcount; }
+    virtual void SetName(const String& name) { m_name.Assign(name.data(), name.length()); }
 
-    // The setters return 1. SetValue copies; SetValue_Nocopy takes a new[] array.
+    // The setters return 1. They make a scalar, but for an assignment from an
+    // aggregate, of which all elements are copied. The source may stand within this
+    // variable, or be it. SetValue_Nocopy takes a new[] array.
     virtual int SetValue(const char* text, int length);
     virtual int SetValue(Variable& source);
     virtual int SetValue_Nocopy(char* text, int length, int capacity);
     virtual int SetValue_Integer(int value);
+    virtual int SetValue_Double(double value);
+
+    // The variable at an index, borrowed; null if it is missing and `create` is 0.
+    // To create it makes an aggregate of the index's type of this variable: a scalar
+    // value, or the elements under the other type of index, are lost.
+    virtual Variable* Element(const AggregateIndex& index, int create);
+    // Follows a path, null or empty for this variable.
+    virtual Variable* Element(List<AggregateIndex>* path, int create);
+    // Puts a variable, shared with whoever holds it, into the place of another.
+    virtual int SetElement(const AggregateIndex& index, Variable* variable);
+    // Makes room at `position`, or behind the last element if that is below 1.
+    virtual void InsertElement(int position, Variable* variable);
+    // `collapse` closes the gap in an array, even one that was there before.
+    virtual void DeleteElement(const AggregateIndex& index, bool collapse);
+    // Numbers from `start` up to `start + count`; a count of -1 is all from `start` on.
+    virtual void DeleteElements(int start, int count, bool collapse);
+    // Both take the elements of another array from `start` up to `start + count` to
+    // `destination` and what follows it; Merge makes room there, Copy overwrites. A
+    // start below 1 is the first element, a negative count reaches to the last one, a
+    // destination below 1 is behind the last element. The variables are shared, unless
+    // `copy` is set.
+    virtual void MergeElements(Variable* source, int start, int count, int destination, bool copy);
+    virtual void CopyElements(Variable* source, int start, int count, int destination, bool copy);
+    // Numbers the elements of an array from 1 on; returns their count, else 0.
+    virtual int CollapseElements();
+    // 0 without elements, -1 for a structure with some.
+    virtual int Max();
+    virtual int Min();
+    // The neighbours of a number, which need not be in use; 0 for none, -1 for a
+    // structure.
+    virtual int Next(int number);
+    virtual int Previous(int number);
+    virtual int ElementsUsed();
 
     virtual void IncRefCount() { ++m_refcount; }
     // Gives a count back; the last one ends the object.
-    virtual void DecRefCount();
+    virtual void DecRefCount() { GiveCountBack(); }
 
-private:
-    enum ValidForm {
-        kTextValid = 1,
-        kIntegerValid = 2
-    };
+    // Make a form from the others, whether it is valid or not.
+    virtual void Convert_String();
+    virtual void Convert_Integer();
+    virtual void Convert_Double();
+    // Makes an empty aggregate of a scalar or of an aggregate of another type.
+    virtual void Convert_Aggregate(AggregateType type);
+    // Adds the text, behind a comma if there is something in `out` already.
+    virtual void Serialize(String& out);
 
-    void SetForm(int valid, PrimaryType primary);
+    // Turn the object into one of another class where it stands, since others hold its
+    // address; its name and counts stay. Only for an object made by new. Whoever made
+    // it in the same function knows too much: the compiler may call the functions of
+    // its first class directly.
+    // A reference drops the value. Nothing happens if it would refer to itself.
+    virtual void Make_Reference(Variable* target);
+    // Keeps the value. The callback, made by new, passes to the variable.
+    virtual void Make_CallbackStruct(CallbackVariableCallback* callback);
 
-    String m_name;
-    String m_value;
-    int m_integer = 0;
-    int m_valid = 0;
-    int m_primary = kNone;
-    int m_refcount = 1;
-};
+    // The rule for text: false if it has nothing but zeros and at most one '.'.
+    static bool IsTrue(const char* text, int length);
+    // Toward zero; the least integer for what none can hold.
+    static int Truncated(double value);
 
-// A variable that refuses to change while it is locked: every setter then reports
-// success and does nothing. SetValue_Nocopy still frees the array that it is given.
-class ImmutableVariable : public Variable {
-public:
-    ImmutableVariable(const char* name, int name_length, const char* text, int length, bool lock);
-    ImmutableVariable(const char* name, int name_length, int value, bool lock);
-
-    int SetNULL() override;
-    int SetValue(const char* text, int length) override;
-    int SetValue(Variable& source) override;
-    int SetValue_Nocopy(char* text, int length, int capacity) override;
-    int SetValue_Integer(int value) override;
-
-    void Lock() { m_locked = true; }
-    void Unlock() { m_locked = false; }
+    // The bytes of the name, as name() but without making a String of them.
+    const char* NameBytes(int* length) const { return m_name.bytes(length); }
+    // Whether it is of the class ImmutableVariable.
+    bool is_immutable() const { return m_immutable; }
 
 protected:
-    explicit ImmutableVariable(bool lock) : m_locked(lock) {}
+    enum ValidForm {
+        kTextValid = 1,
+        kIntegerValid = 2,
+        kDoubleValid = 4
+    };
+
+    // Built by Make_Reference and Make_CallbackStruct where another object stood: takes
+    // over the name and counts, and in the second form the whole value.
+    Variable(VariableName&& name, int refcount);
+    Variable(Variable&& source, int refcount);
+
+    // For a chain of references and its end: a reference holds as many counts of its
+    // target as it has itself.
+    static void RaiseCounts(Variable* first);
+    static void GiveCountsBack(Variable* first);
+    void GiveCountBack()
+    {
+        if (--m_refcount == 0)
+            End();
+    }
+    void SetForm(int valid, PrimaryType primary)
+    {
+        m_valid = static_cast<unsigned char>(valid);
+        m_primary = static_cast<unsigned char>(primary);
+        if (m_elements)
+            ReplaceElements(nullptr, kAggregateNone);
+    }
+    void ClearText();
+
+    VariableName m_name;
+    String m_value;
+    union {
+        double m_real = 0;
+        Variable* m_next_ending;  // for an object without counts that waits for its end
+    };
+    AggregateElementTree* m_elements = nullptr;  // owned; null for a scalar
+    union Link {
+        Variable* target;                    // of a reference, which holds counts of it
+        CallbackVariableCallback* callback;  // of a callback variable; owned
+    } m_link = {nullptr};
+    int m_integer = 0;
+    int m_refcount = 1;
+    unsigned char m_valid = 0;
+    unsigned char m_primary = kNone;
+    unsigned char m_aggregate = kAggregateNone;
+    bool m_immutable = false;
+    bool m_walked = false;  // a walk through its elements is under way
 
 private:
-    bool m_locked;
+    friend class AggregateWalk;
+
+    // Ends the object, or leaves that to an ending which is under way further up on the
+    // machine's stack.
+    void End();
+    void CopyScalar(Variable& source);
+    void CopyText(Variable& source);
+    void CopyPreferred(Variable& source);
+    void CopyForms(Variable& source);
+    // The old elements end last: whatever is at hand may be one of them.
+    void ReplaceElements(AggregateElementTree* elements, AggregateType type);
+    Variable* NewElement(const AggregateIndex& index);
+    void PutElement(long long number, Variable* variable, bool copy);
+    void CopyUp(Variable* source, long long start, long long limit, long long shift, bool copy);
+    void CopyDown(Variable* source, long long start, long long limit, long long shift, bool copy);
 };
 
-// What a read finds where nothing is: always NULL, always locked.
-class NULLVariable : public ImmutableVariable {
+// Variables held by count: each in the list has one from it.
+class VariableList : public List<Variable> {
 public:
-    NULLVariable() : ImmutableVariable(true) {}
+    VariableList() : List(1) {}
+    ~VariableList() override { Dump(); }
 
-    int value_integer() override { return 0; }
-    bool IsNULL() override { return true; }
+    void Insert(Variable* variable, ListPosition position) override
+    {
+        Insert(variable, position, 1);
+    }
+    // Without `addref` the caller's count passes to the list.
+    virtual void Insert(Variable* variable, ListPosition position, int addref)
+    {
+        if (addref)
+            variable->IncRefCount();
+        List::Insert(variable, position);
+    }
+    void Purge(Variable* variable) override { variable->DecRefCount(); }
+};
+
+// Keeps a variable alive for as long as a function needs it.
+class HeldVariable {
+public:
+    explicit HeldVariable(Variable* variable) : m_variable(variable) { variable->IncRefCount(); }
+    HeldVariable(const HeldVariable&) = delete;
+    HeldVariable& operator=(const HeldVariable&) = delete;
+    ~HeldVariable() { m_variable->DecRefCount(); }
+
+private:
+    Variable* m_variable;  // holds one count
 };
 
 #endif

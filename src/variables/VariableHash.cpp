@@ -55,7 +55,9 @@ const char* VariableHash::Name(int slot, int* length)
 
 int VariableHash::Insert(Variable* variable)
 {
-    return Insert(-1, variable->name().data(), variable->name().length(), variable);
+    int length;
+    const char* name = variable->NameBytes(&length);
+    return Insert(-1, name, length, variable);
 }
 
 int VariableHash::Insert(const char* name, int length)
@@ -125,8 +127,10 @@ int VariableHash::SetVariable(const char* name, int length, const char* text, in
 
 int VariableHash::SetVariable(Variable* variable)
 {
+    int length;
+    const char* name = variable->NameBytes(&length);
     _VH_Entry* entry;
-    if (Seek(-1, variable->name().data(), variable->name().length(), &entry) < 0) {
+    if (Seek(-1, name, length, &entry) < 0) {
         Insert(variable);
         return 1;
     }

@@ -7,6 +7,7 @@
 #include "image/Segment.h"
 #include "image/SegmentManager.h"
 #include "primitives/conversions.h"
+#include "variables/ImmutableVariable.h"
 #include "variables/VariableHash.h"
 #include "vm/ZephVM_Frame.h"
 #include "vm/ZephVM_Stack.h"

@@ -1,6 +1,7 @@
 // Instructions that move values between the stack, variables and the dictionary.
 
 #include "image/Dictionary.h"
+#include "variables/ImmutableVariable.h"
 #include "variables/VariableHash.h"
 #include "vm/ZephVM.h"
 #include "vm/ZephVM_Frame.h"

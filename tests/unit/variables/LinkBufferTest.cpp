@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "variables/Variable.h"
+
 namespace {
 
 void Cat(LinkBuffer& buffer, const std::string& text)
@@ -153,6 +155,28 @@ TEST(LinkBuffer, NumbersAreTheirDecimalText)
     buffer.prepend(2147483647);
     EXPECT_EQ(Text(buffer), "2147483647-123");
     EXPECT_EQ(buffer.length(), 14);
+}
+
+TEST(LinkBuffer, DoublesAreTheirShortestText)
+{
+    LinkBuffer buffer(8, 8);
+    buffer.cat(0.5);
+    buffer.cat(3.0);
+    buffer.prepend(-2.25);
+    EXPECT_EQ(Text(buffer), "-2.250.53");
+}
+
+TEST(LinkBuffer, VariablesGiveTheirText)
+{
+    Variable text("t", -1, "text", -1);
+    Variable number("n", -1, 12);
+    LinkBuffer buffer(8, 8);
+    buffer.cat(&text);
+    buffer.cat(&number);
+    buffer.prepend(&number);
+    EXPECT_EQ(Text(buffer), "12text12");
+    text.SetValue("other", -1);
+    EXPECT_EQ(Text(buffer), "12text12");
 }
 
 TEST(LinkBuffer, CopiesAnotherBlockByBlock)

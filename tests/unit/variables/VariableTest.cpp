@@ -1,4 +1,4 @@
-#include "variables/Variable.h"
+#include "variables/ImmutableVariable.h"
 
 #include <string.h>
 
