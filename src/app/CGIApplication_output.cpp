@@ -13,7 +13,7 @@
 #include "config/ExternalConfig.h"
 #include "primitives/MD5.h"
 #include "variables/ImmutableVariable.h"
-#include "variables/VariableHash.h"
+#include "variables/SystemVariableHash.h"
 
 namespace {
 

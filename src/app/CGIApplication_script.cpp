@@ -14,7 +14,7 @@
 #include "image/LocalizedLanguages.h"
 #include "image/SegmentManager.h"
 #include "image/TaggedFile.h"
-#include "variables/VariableHash.h"
+#include "variables/SystemVariableHash.h"
 #include "variables/encoders.h"
 
 namespace {

@@ -65,6 +65,7 @@ public:
         return place.block->data() + place.offset;
     }
     int Entry_Add(const char* text, int length) override;
+    Dictionary* Clone() override { return new Dictionary(*this); }
 
     // Folds all text into one block, so that strings lie within earlier ones where
     // they can. Indices stay; pointers got before are void.

@@ -17,6 +17,10 @@ public:
     // Adds a text, copied, and returns its index. A `length` of -1 means that
     // `text` ends at its NUL. Texts are not made unique.
     virtual int Entry_Add(const char* text, int length) = 0;
+
+    // A pool with the same texts under the same indices that shares nothing with this
+    // one. The caller's.
+    virtual NamePool* Clone() = 0;
 };
 
 #endif

@@ -4,6 +4,7 @@
 #include <string.h>
 
 #include "variables/NameOrder.h"
+#include "variables/ReferenceVariable.h"
 #include "variables/allocation.h"
 
 namespace {
@@ -19,18 +20,41 @@ VariableHash::VariableHash(NamePool* names, int bucket_bits, int block)
 }
 
 VariableHash::VariableHash(VariableHash& source)
-    : m_names(source.m_names),
-      m_chains(source.m_chains.bits()),
-      m_capacity(source.m_count),
-      m_count(source.m_count),
-      m_block(source.m_block)
+    : m_names(source.m_names), m_chains(source.m_chains.bits()), m_block(source.m_block)
+{
+    CopySlots(source, false);
+}
+
+VariableHash::VariableHash(NamePool* names, VariableHash& source)
+    : m_names(names), m_chains(source.m_chains.bits()), m_block(source.m_block)
+{
+    CopySlots(source, true);
+}
+
+VariableHash::VariableHash(ZephApplication* application, NamePool* names, VariableHash& source)
+    : VariableHash(names, source)
+{
+    CloneVariables(application, source);
+}
+
+void VariableHash::CopySlots(const VariableHash& source, bool keeps_versions)
 {
     m_chains.CopyFrom(source.m_chains);
+    m_capacity = m_count = source.m_count;
     if (m_count == 0)
         return;
     m_entries = static_cast<_VH_Entry*>(ZeroedMemory(size_t(m_count), sizeof(_VH_Entry)));
+    for (int slot = 0; slot < m_count; ++slot) {
+        const _VH_Entry& entry = source.m_entries[slot];
+        m_entries[slot] = {entry.dictionary_index, keeps_versions ? entry.version : -1, nullptr};
+    }
+}
+
+void VariableHash::CloneVariables(ZephApplication* application, VariableHash& source)
+{
     for (int slot = 0; slot < m_count; ++slot)
-        m_entries[slot] = {source.m_entries[slot].dictionary_index, -1, nullptr};
+        if (Variable* variable = source.m_entries[slot].variable)
+            m_entries[slot].variable = variable->Clone(application);
 }
 
 VariableHash::~VariableHash()
@@ -136,6 +160,29 @@ int VariableHash::SetVariable(Variable* variable)
     }
     Variable* former = entry->variable;
     entry->variable = variable;
+    entry->version = Version();
+    if (former)
+        former->DecRefCount();
+    return 1;
+}
+
+Variable* VariableHash::NewReference(int slot, Variable* target)
+{
+    int length = 0;
+    const char* name = Name(slot, &length);
+    return new ReferenceVariable(name, length, target);
+}
+
+int VariableHash::SetVariable_Reference(int slot, Variable* target)
+{
+    _VH_Entry* entry = EntryAt(slot);
+    if (!entry)
+        return 0;
+    Variable* former = entry->variable;
+    if (former == target)
+        return 1;
+    entry->variable = NewReference(slot, target);
+    entry->version = Version();
     if (former)
         former->DecRefCount();
     return 1;
@@ -171,4 +218,11 @@ Variable* VariableHash::Index(int slot, int create)
         entry.version = Version();
     }
     return entry.variable;
+}
+
+void VariableHash::AllocatedVars(VariableList* list)
+{
+    for (int slot = 0; slot < m_count; ++slot)
+        if (m_entries[slot].variable)
+            list->Insert(m_entries[slot].variable, kListTail);
 }

@@ -15,7 +15,7 @@
 #include "image/SegmentManager.h"
 #include "image/TaggedFile.h"
 #include "image_text/TextBuffer.h"
-#include "variables/VariableHash.h"
+#include "variables/SystemVariableHash.h"
 #include "zephasm/Assembler.h"
 #include "zephasm/ImageBuilder.h"
 

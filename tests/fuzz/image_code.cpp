@@ -11,7 +11,7 @@
 #include "image/LocalizedLanguages.h"
 #include "image/Segment.h"
 #include "image/SegmentManager.h"
-#include "variables/VariableHash.h"
+#include "variables/SystemVariableHash.h"
 #include "vm/ZephVM.h"
 
 namespace {

@@ -16,7 +16,7 @@
 #include "image/Segment.h"
 #include "image/SegmentManager.h"
 #include "image/TaggedFile.h"
-#include "variables/VariableHash.h"
+#include "variables/SystemVariableHash.h"
 
 namespace {
 

@@ -28,6 +28,7 @@ public:
 
     const char* Entry(int index, int* size) override { return m_dictionary->Entry(index, size); }
     int Entry_Add(const char*, int) override { return m_next; }
+    NamePool* Clone() override { return m_dictionary->Clone(); }
     void SetNext(int index) { m_next = index; }
 
 private:

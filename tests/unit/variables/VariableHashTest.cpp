@@ -3,32 +3,14 @@
 #include <string.h>
 
 #include <string>
-#include <vector>
 
 #include <gtest/gtest.h>
 
+#include "TestNames.h"
+#include "TestVariables.h"
+#include "variables/ReferenceVariable.h"
+
 namespace {
-
-// A pool of names that counts how often it is added to.
-class Names : public NamePool {
-public:
-    const char* Entry(int index, int* size) override
-    {
-        bool known = index >= 0 && size_t(index) < m_texts.size();
-        if (size)
-            *size = known ? int(m_texts[size_t(index)].size()) : 0;
-        return known ? m_texts[size_t(index)].data() : nullptr;
-    }
-    int Entry_Add(const char* text, int length) override
-    {
-        m_texts.emplace_back(text, length < 0 ? strlen(text) : size_t(length));
-        return int(m_texts.size()) - 1;
-    }
-    size_t size() const { return m_texts.size(); }
-
-private:
-    std::vector<std::string> m_texts;
-};
 
 TEST(VariableHash, AVariableIsMadeWhenItsSlotIsFirstTouched)
 {
@@ -186,6 +168,157 @@ TEST(VariableHash, DumpReleasesTheVariablesAndKeepsTheSlots)
     variable->DecRefCount();
     EXPECT_EQ(hash.Entries(), 1);
     EXPECT_EQ(hash.Index(0, 0), nullptr);
+}
+
+TEST(VariableHash, AReferenceTakesThePlaceOfASlotsVariable)
+{
+    Names names;
+    VariableHash hash(&names, 4, 8);
+    Variable* former = new Variable("Slot", -1, "1", -1);
+    former->IncRefCount();
+    hash.SetVariable(former);
+    Held target = Fresh("target");
+    EXPECT_EQ(hash.SetVariable_Reference(0, target.get()), 1);
+    EXPECT_EQ(former->refcount(), 1);
+    former->DecRefCount();
+    Variable* reference = hash.Index(0, 0);
+    EXPECT_EQ(reference->type(), Variable::kReference);
+    EXPECT_EQ(reference->NextIdentity(), target.get());
+    EXPECT_EQ(NameOf(*reference), "Slot");
+    EXPECT_EQ(reference->refcount(), 1);
+    EXPECT_EQ(target->refcount(), 2);
+    EXPECT_EQ(hash.SetVariable_Reference(0, reference), 1);
+    EXPECT_EQ(hash.Index(0, 0), reference);
+    EXPECT_EQ(reference->refcount(), 1);
+}
+
+TEST(VariableHash, AReferenceFillsAnEmptySlotAndNoOther)
+{
+    Names names;
+    VariableHash hash(&names, 4, 8);
+    hash.Insert("a", -1);
+    Held target = Fresh("target");
+    EXPECT_EQ(hash.SetVariable_Reference(0, target.get()), 1);
+    EXPECT_EQ(ValueOf(*hash.Index(0, 0)), "target");
+    for (int slot : {-1, 1, 0x7FFFFFFF}) {
+        SCOPED_TRACE(slot);
+        EXPECT_EQ(hash.SetVariable_Reference(slot, target.get()), 0);
+    }
+    EXPECT_EQ(target->refcount(), 2);
+}
+
+TEST(VariableHash, AReferenceMayLeadToTheVariableThatItReplaces)
+{
+    Names names;
+    VariableHash hash(&names, 4, 8);
+    hash.SetVariable("v", -1, "value", -1);
+    Held onto(new ReferenceVariable("r", -1, hash.Index(0, 0)));
+    EXPECT_EQ(hash.SetVariable_Reference(0, onto.get()), 1);
+    EXPECT_EQ(ValueOf(*hash.Index(0, 0)), "value");
+}
+
+TEST(VariableHash, AllocatedVarsAreThoseThatWereMade)
+{
+    Names names;
+    VariableHash hash(&names, 4, 8);
+    hash.SetVariable("z", -1, "1", -1);
+    hash.Insert("untouched", -1);
+    hash.SetVariable("a", -1, "2", -1);
+    Held first = Fresh();
+    {
+        VariableList list;
+        list.Insert(first.get(), kListTail);
+        hash.AllocatedVars(&list);
+        EXPECT_EQ(list.Entries(), 3);
+        EXPECT_EQ(list.First(), first.get());
+        EXPECT_EQ(list.Next(), hash.Index(0, 0));
+        EXPECT_EQ(list.Next(), hash.Index(2, 0));
+        EXPECT_EQ(hash.Index(0, 0)->refcount(), 2);
+    }
+    EXPECT_EQ(hash.Index(0, 0)->refcount(), 1);
+}
+
+TEST(VariableHash, ADeepCopyHasAVariableOfItsOwnForEachOne)
+{
+    Names names;
+    VariableHash source(&names, 4, 8);
+    source.SetVariable("a", -1, "1", -1);
+    source.Insert("b", -1);
+    source.SetVariable_Fancy("c[2]:x", -1, "deep", -1, 0);
+    Names copied(names);
+    VariableHash copy(nullptr, &copied, source);
+    EXPECT_EQ(copy.names(), &copied);
+    EXPECT_EQ(copy.Entries(), 3);
+    EXPECT_EQ(copy.Index(1, 0), nullptr);
+    ASSERT_NE(copy.Index(0, 0), nullptr);
+    EXPECT_EQ(copy.Index(0, 0)->refcount(), 1);
+    copy.SetVariable("A", -1, "2", -1);
+    EXPECT_EQ(ValueOf(*source.Index(0, 0)), "1");
+    EXPECT_EQ(NameOf(*copy.Index(0, 0)), "a");
+    copy.SetVariable_Fancy("c[2]:x", -1, "changed", -1, 0);
+    EXPECT_EQ(ValueOf(*At(*source.Index(2, 0), 2)), "deep");
+    copy.Insert("d", -1);
+    EXPECT_EQ(names.size(), 3u);
+    EXPECT_EQ(copied.size(), 4u);
+}
+
+TEST(VariableHash, APlainTableHasNoLevels)
+{
+    Names names;
+    VariableHash hash(&names, 4, 8);
+    hash.SetVariable("v", -1, "1", -1);
+    hash.Push();
+    hash.SetVariable(new Variable("v", -1, "2", -1));
+    EXPECT_EQ(hash.Pop(), 0);
+    EXPECT_EQ(ValueOf(*hash.Index(0, 0)), "2");
+    EXPECT_EQ(hash.Version(), 0);
+    EXPECT_EQ(hash.RealIdentity(), &hash);
+    EXPECT_FALSE(hash.is_system());
+}
+
+// The place of a virtual function in the table of its class, as a pointer to it tells.
+template <class Function>
+long PlaceOf(Function function)
+{
+    long word;
+    memcpy(&word, &function, sizeof word);
+    return (word & ~1L) / long(sizeof(void*));
+}
+
+TEST(VariableHash, VirtualFunctionsStandInTheirOrder)
+{
+    using Hash = VariableHash;
+    const int kDestructors = 2;
+    const long places[] = {
+        PlaceOf<int (Hash::*)(Variable*)>(&Hash::Insert),
+        PlaceOf<int (Hash::*)(const char*, int)>(&Hash::Insert),
+        PlaceOf<int (Hash::*)(int)>(&Hash::Insert),
+        PlaceOf<int (Hash::*)(const char*, int, const char*, int)>(&Hash::SetVariable),
+        PlaceOf<int (Hash::*)(Variable*)>(&Hash::SetVariable),
+        PlaceOf(&Hash::SetVariable_Reference),
+        PlaceOf(&Hash::SetVariable_Fancy),
+        PlaceOf(&Hash::Seek),
+        PlaceOf<int (Hash::*)(int, const char*, int, Variable*)>(&Hash::Insert),
+        PlaceOf(&Hash::Version),
+        PlaceOf(&Hash::ClearVariable),
+        PlaceOf(&Hash::Find),
+        PlaceOf(&Hash::LookupVariable_Fancy),
+        PlaceOf(&Hash::Index),
+        PlaceOf(&Hash::Entries),
+        PlaceOf(&Hash::AllocatedVars),
+        PlaceOf<bool (Hash::*)(TaggedFile*, int)>(&Hash::Read),
+        PlaceOf<bool (Hash::*)(TaggedFile*, int)>(&Hash::Write),
+        PlaceOf<bool (Hash::*)(TaggedFile*)>(&Hash::Read),
+        PlaceOf<bool (Hash::*)(TaggedFile*)>(&Hash::Write),
+        PlaceOf(&Hash::error),
+        PlaceOf(&Hash::Error),
+        PlaceOf(&Hash::Push),
+        PlaceOf(&Hash::Pop),
+        PlaceOf(&Hash::RealIdentity),
+    };
+    long expected = kDestructors;
+    for (long place : places)
+        EXPECT_EQ(place, expected++);
 }
 
 }  // namespace

@@ -13,7 +13,7 @@
 #include "image/LocalizedLanguages.h"
 #include "image/Segment.h"
 #include "image/SegmentManager.h"
-#include "variables/VariableHash.h"
+#include "variables/SystemVariableHash.h"
 #include "vm/ZephVM.h"
 #include "vm/ZephVM_Frame.h"
 #include "vm/ZephVM_Stack.h"
