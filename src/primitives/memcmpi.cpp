@@ -1,27 +1,19 @@
 #include "primitives/memcmpi.h"
 
-#include <ctype.h>
-
-namespace {
-
-// The value by which a byte compares.
-int Folded(signed char c)
-{
-    return c < 0 ? c : tolower(c);
-}
-
-}  // namespace
+#include "primitives/letter_case.h"
 
 int memcmpi(const void* a, const void* b, int length)
 {
-    auto left = static_cast<const signed char*>(a);
-    auto right = static_cast<const signed char*>(b);
+    auto left = static_cast<const unsigned char*>(a);
+    auto right = static_cast<const unsigned char*>(b);
     for (int i = 0; i < length; ++i) {
         if (left[i] == right[i])
             continue;
-        int difference = Folded(left[i]) - Folded(right[i]);
-        if (difference != 0)
-            return difference < 0 ? -1 : 1;
+        // As signed bytes: those from 128 on sort first.
+        auto left_byte = static_cast<signed char>(LowerLetter(left[i]));
+        auto right_byte = static_cast<signed char>(LowerLetter(right[i]));
+        if (left_byte != right_byte)
+            return left_byte < right_byte ? -1 : 1;
     }
     return 0;
 }

@@ -1,16 +1,11 @@
-#include <ctype.h>
 #include <limits.h>
 #include <string.h>
 
+#include "primitives/letter_case.h"
+#include "primitives/string_search.h"
 #include "variables/StringClass.h"
 
 namespace {
-
-int UpperLetter(char c)
-{
-    unsigned char byte = static_cast<unsigned char>(c);
-    return byte < 128 ? toupper(byte) : byte;
-}
 
 // Positions below 0 count as the start.
 int Start(int position)
@@ -26,8 +21,10 @@ int String::search(const char* needle, int start) const
     size_t needle_length = needle ? strlen(needle) : 0;
     if (needle_length == 0 || start >= m_length)
         return -1;
-    const void* found = memmem(m_data + start, size_t(m_length - start), needle, needle_length);
-    return found ? int(static_cast<const char*>(found) - m_data) : -1;
+    if (needle_length > size_t(m_length - start))
+        return -1;
+    int found = bf_search(needle, int(needle_length), m_data + start, m_length - start);
+    return found < 0 ? -1 : start + found;
 }
 
 int String::freq(const char* needle) const
@@ -62,7 +59,8 @@ bool String::matches(const char* text, int position) const
     if (length != size_t(rest))
         return false;
     for (int i = 0; i < rest; ++i) {
-        if (UpperLetter(m_data[position + i]) != UpperLetter(text[i]))
+        if (UpperLetter(static_cast<unsigned char>(m_data[position + i])) !=
+            UpperLetter(static_cast<unsigned char>(text[i])))
             return false;
     }
     return true;

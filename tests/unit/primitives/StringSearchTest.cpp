@@ -4,6 +4,7 @@
 
 #include <cctype>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -30,7 +31,10 @@ const Form kForms[] = {
 
 int Position(Search search, const std::string& needle, const std::string& haystack)
 {
-    return search(needle.data(), int(needle.size()), haystack.data(), int(haystack.size()));
+    // Of exact size, so that a read behind the end is seen.
+    std::vector<char> exact_needle(needle.begin(), needle.end());
+    std::vector<char> exact(haystack.begin(), haystack.end());
+    return search(exact_needle.data(), int(needle.size()), exact.data(), int(haystack.size()));
 }
 
 std::string Upper(std::string text)
@@ -102,6 +106,52 @@ TEST(StringSearch, AgreesWithThePlainSearchOnRandomTexts)
             ASSERT_EQ(Position(form.search, needle, haystack), Expected(form, needle, haystack))
                 << form.name << " " << needle << " in " << haystack;
         }
+    }
+}
+
+// Long enough for whole blocks, with few and with many places where an end fits.
+TEST(StringSearch, AgreesWithThePlainSearchOnLongTexts)
+{
+    unsigned int seed = 11;
+    auto next = [&](unsigned int range) {
+        seed = seed * 1664525u + 1013904223u;
+        return (seed >> 16) % range;
+    };
+    for (int round = 0; round < 3000; ++round) {
+        std::string haystack(next(700), ' ');
+        unsigned int letters = round % 3 == 0 ? 1 : 26;
+        for (char& c : haystack)
+            c = char((next(9) == 0 ? 'A' : 'a') + next(letters));
+        unsigned int length = 1 + next(round % 2 == 0 ? 6 : 90);
+        std::string needle(length, 'a');
+        if (!haystack.empty() && round % 4 != 0)
+            needle = haystack.substr(next(unsigned(haystack.size())), length);
+        for (const Form& form : kForms) {
+            ASSERT_EQ(Position(form.search, needle, haystack), Expected(form, needle, haystack))
+                << form.name << " " << needle << " in " << haystack;
+        }
+    }
+}
+
+TEST(StringSearch, WhatIsSaidOfLengthsThatLeaveNothingToSearch)
+{
+    static const struct {
+        int needle, haystack, bf, bm, bf_reverse, bm_reverse, rk;
+    } rows[] = {{0, 0, -1, 0, -1, 0, -1},   {0, 3, 0, 0, 3, 3, 1}, {-1, 3, -1, 0, -1, 3, 1},
+                {-1, 0, -1, 0, -1, 0, -1},  {0, 1, 0, 0, 1, 1, 1}, {2, 1, -1, -1, -1, -1, -1},
+                {1, -1, -1, -1, -1, -1, -1}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(testing::Message() << row.needle << " in " << row.haystack);
+        EXPECT_EQ(bf_search("ab", row.needle, "xyz", row.haystack), row.bf);
+        EXPECT_EQ(bf_searchi("ab", row.needle, "xyz", row.haystack), row.bf);
+        EXPECT_EQ(bm_search("ab", row.needle, "xyz", row.haystack), row.bm);
+        EXPECT_EQ(bm_searchi("ab", row.needle, "xyz", row.haystack), row.bm);
+        EXPECT_EQ(bf_search_reverse("ab", row.needle, "xyz", row.haystack), row.bf_reverse);
+        EXPECT_EQ(bf_searchi_reverse("ab", row.needle, "xyz", row.haystack), row.bf_reverse);
+        EXPECT_EQ(bm_search_reverse("ab", row.needle, "xyz", row.haystack), row.bm_reverse);
+        EXPECT_EQ(bm_searchi_reverse("ab", row.needle, "xyz", row.haystack), row.bm_reverse);
+        EXPECT_EQ(rk_search("ab", row.needle, "xyz", row.haystack), row.rk);
+        EXPECT_EQ(rk_searchi("ab", row.needle, "xyz", row.haystack), row.rk);
     }
 }
 
