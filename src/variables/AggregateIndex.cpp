@@ -5,14 +5,12 @@
 #include "primitives/conversions.h"
 #include "primitives/memcmpi.h"
 
-int AggregateIndex::Compare(const AggregateIndex& other) const
+int AggregateIndex::CompareNames(const AggregateIndex& other) const
 {
-    if (m_number >= 0 || other.m_number >= 0)
-        return int(m_number < other.m_number) - int(m_number > other.m_number);
-    int length = m_name.length();
-    int other_length = other.m_name.length();
-    int order =
-        memcmpi(m_name.data(), other.m_name.data(), length < other_length ? length : other_length);
+    int length, other_length;
+    const char* name = m_name.bytes(&length);
+    const char* other_name = other.m_name.bytes(&other_length);
+    int order = memcmpi(name, other_name, length < other_length ? length : other_length);
     if (order != 0)
         return order < 0 ? 1 : -1;
     return int(length < other_length) - int(length > other_length);
@@ -20,24 +18,25 @@ int AggregateIndex::Compare(const AggregateIndex& other) const
 
 AggregateIndex::operator String&()
 {
-    if (m_number >= 0 && m_name.length() == 0) {
+    String& name = m_name.text();
+    if (m_number >= 0 && name.length() == 0) {
         int length, capacity;
         char* digits = itos(m_number, &length, &capacity);
-        m_name.assign_nocopy(digits, length, capacity);
+        name.assign_nocopy(digits, length, capacity);
     }
-    return m_name;
+    return name;
 }
 
 const String& AggregateIndex::serialized()
 {
-    if (m_serialized.length() > 0)
-        return m_serialized;
+    if (m_serialized)
+        return *m_serialized;
     String& name = *this;
-    m_serialized = type() == kAggregateArray ? "[" : ":";
-    m_serialized.cat(name);
+    m_serialized = new String(type() == kAggregateArray ? "[" : ":");
+    m_serialized->cat(name);
     if (type() == kAggregateArray)
-        m_serialized.cat("]", 1);
-    return m_serialized;
+        m_serialized->cat("]", 1);
+    return *m_serialized;
 }
 
 // A number that no index can be stops at the nearest one that it can: elements then
@@ -51,6 +50,8 @@ void AggregateIndex::Displace(long long delta)
 void AggregateIndex::Renumber(int number)
 {
     m_number = number;
-    m_name.destroy();
-    m_serialized.destroy();
+    if (!m_name.IsEmpty())
+        m_name.Assign(nullptr, 0);
+    delete m_serialized;
+    m_serialized = nullptr;
 }

@@ -1,7 +1,7 @@
 #ifndef ZEPH_VARIABLES_AGGREGATEINDEX_H
 #define ZEPH_VARIABLES_AGGREGATEINDEX_H
 
-#include "variables/StringClass.h"
+#include "variables/VariableName.h"
 
 // What a value is made of. The numbers are known outside.
 enum AggregateType {
@@ -19,8 +19,11 @@ public:
     explicit AggregateIndex(int number) : m_number(number < 0 ? 0 : number) {}
     // A length of -1 means that the name ends at its NUL.
     AggregateIndex(const char* name, int length) : m_name(name, length) {}
-    explicit AggregateIndex(const String& name) : m_name(name) {}
+    explicit AggregateIndex(const String& name) : m_name(name.data(), name.length()) {}
+    // Points at the text, and so do its copies.
+    explicit AggregateIndex(const PermanentText& name) : m_name(name) {}
     AggregateIndex(const AggregateIndex& other) : m_name(other.m_name), m_number(other.m_number) {}
+    ~AggregateIndex() { delete m_serialized; }
     AggregateIndex& operator=(const AggregateIndex&) = delete;
 
     AggregateType type() const { return m_number < 0 ? kAggregateStructure : kAggregateArray; }
@@ -29,7 +32,12 @@ public:
 
     // 1 if this index sorts before the other one, which is of the same type, -1 if it
     // sorts after it, 0 if they are equal.
-    int Compare(const AggregateIndex& other) const;
+    int Compare(const AggregateIndex& other) const
+    {
+        if (m_number >= 0 || other.m_number >= 0)
+            return int(m_number < other.m_number) - int(m_number > other.m_number);
+        return CompareNames(other);
+    }
 
     // The name, or the decimal digits of the number, which are kept.
     operator String&();
@@ -42,9 +50,11 @@ public:
     void Renumber(int number);
 
 private:
-    String m_name;
+    int CompareNames(const AggregateIndex& other) const;
+
+    VariableName m_name;
+    String* m_serialized = nullptr;  // owned; null until it is asked for
     int m_number = -1;
-    String m_serialized;  // empty until it is asked for
 };
 
 #endif

@@ -3,7 +3,7 @@
 #include <limits.h>
 #include <stdlib.h>
 
-#include "variables/AggregateElement.h"
+#include "variables/AggregateElementTree.h"
 #include "variables/ImmutableVariable.h"
 #include "variables/LinkBuffer.h"
 #include "variables/allocation.h"

@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "variables/AggregateElementTree.h"
+
 // Make_CallbackStruct builds one where a variable stood, and Make_Reference a reference
 // where one stood.
 static_assert(sizeof(CallbackVariable) == sizeof(Variable));
@@ -38,19 +40,30 @@ CallbackStructVariable::CallbackStructVariable(Variable&& source, int refcount,
 {
 }
 
-// The callback may do anything to this variable, even make it another one: what a
-// member is, is looked up again after the call.
-Variable* CallbackStructVariable::Element(const AggregateIndex& index, int create)
+// The callback may do anything to this variable, even make it another one or give back its
+// last count: what a member is, is looked up again after the call.
+Variable* CallbackStructVariable::Element(const AggregateIndex& asked_index, int create)
 {
-    if (index.type() != kAggregateStructure)
-        return Variable::Element(index, create);
+    if (asked_index.type() != kAggregateStructure)
+        return Variable::Element(asked_index, create);
     if (m_aggregate == kAggregateStructure) {
-        if (Variable* found = Variable::Element(index, 0))
+        if (Variable* found = Variable::Element(asked_index, 0))
             return found;
     }
-    if (!create)
-        return Ask(index);
+    AggregateIndex index(asked_index);
     HeldVariable held(this);
+    Variable* answer = create ? NewMember(index) : Ask(index);
+    // With nobody else left to hold this variable, the answer ends with it.
+    return m_refcount > 1 ? answer : nullptr;
+}
+
+Variable* CallbackStructVariable::NewMember(const AggregateIndex& index)
+{
+    const int kOwner = 1;
+    if (m_aggregate != kAggregateStructure) {
+        m_valid = 0;
+        ReplaceElements(new AggregateElementTree(kOwner), kAggregateStructure);
+    }
     Variable::Element(index, 1);
     Variable* result = Ask(index);
     Variable* now = RealIdentity();
@@ -64,7 +77,6 @@ Variable* CallbackStructVariable::Ask(const AggregateIndex& index)
     CallbackVariableCallback* callback = m_link.callback;
     if (!callback)
         return nullptr;
-    HeldVariable held(this);
     ++callback->m_uses;
     Variable* result = nullptr;
     callback->RunFunction(this, index, &result);

@@ -30,6 +30,7 @@ private:
 class CallbackVariable : public Variable {
 public:
     CallbackVariable(const char* name, int name_length, CallbackVariableCallback* callback);
+    CallbackVariable(const CallbackVariable&) = delete;
     ~CallbackVariable() override;
 
 protected:
@@ -44,13 +45,16 @@ public:
     // For Make_CallbackStruct: takes over the value of `source`.
     CallbackStructVariable(Variable&& source, int refcount, CallbackVariableCallback* callback);
 
-    Variable* Element(const AggregateIndex& index, int create) override;
+    // The caller holds a count of this variable; null if the callback gives back the last
+    // one of them.
+    Variable* Element(const AggregateIndex& asked_index, int create) override;
     // Takes another callback and ends the present one.
     void Make_CallbackStruct(CallbackVariableCallback* callback) override;
 
     using Variable::Element;
 
 private:
+    Variable* NewMember(const AggregateIndex& index);
     Variable* Ask(const AggregateIndex& index);
 };
 

@@ -39,7 +39,8 @@ public:
     // Raises the number of slots to `capacity`, the new ones unlinked (-1).
     void Grow(int capacity);
 
-    // How many buckets have a chain. A reader sets it from its file.
+    // How many buckets have a chain, as far as it is known: a reader sets it from its file,
+    // and a HashTable's removals lower it by more.
     int occupied() const { return m_occupied; }
     void SetOccupied(int count) { m_occupied = count; }
 

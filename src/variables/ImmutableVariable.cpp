@@ -1,6 +1,6 @@
 #include "variables/ImmutableVariable.h"
 
-#include "variables/AggregateElement.h"
+#include "variables/AggregateElementTree.h"
 #include "variables/AggregateWalk.h"
 #include "variables/CallbackVariable.h"
 
@@ -148,7 +148,8 @@ void ImmutableVariable::SetLocked(bool locked)
     AggregateWalk walk;
     walk.Enter(this, m_elements, nullptr);
     while (AggregateElement* element = walk.Next()) {
-        if (!element->var()->is_immutable())
+        // One that is always NULL stays locked wherever it has been put.
+        if (!element->var()->is_immutable() || element->var()->type() == kAlwaysNull)
             continue;
         ImmutableVariable* below = static_cast<ImmutableVariable*>(element->var());
         below->m_locked = locked;

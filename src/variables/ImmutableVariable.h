@@ -7,11 +7,15 @@ class NULLVariable;
 
 // A variable that refuses to change while it is locked: every setter then reports
 // success and does nothing, and SetValue_Nocopy still frees the array that it is
-// given. All elements below it are immutable as well. Operations that move elements
-// about do nothing at any time.
+// given. To become an aggregate of another type would be a change too, and is refused. All
+// elements below it are immutable as well. Operations that move elements about do nothing
+// at any time.
 class ImmutableVariable : public Variable {
 public:
     explicit ImmutableVariable(bool lock);
+    // No pointer is a lock.
+    explicit ImmutableVariable(const void*) = delete;
+    ImmutableVariable(const ImmutableVariable&) = delete;
     ImmutableVariable(const char* name, int name_length, bool lock);
     ImmutableVariable(const char* name, int name_length, const char* text, int length, bool lock);
     ImmutableVariable(const String& name, const String& text, bool lock);

@@ -27,7 +27,7 @@ public:
 // A text that grows at both ends without being copied: a chain of blocks, which
 // becomes one array only when somebody asks for it.
 //
-// All lengths are in bytes and none may be -1; a length of 0 or less adds nothing.
+// All lengths are in bytes and none may be -1; a length of 0 or less adds no text.
 // A text of more bytes than an int can count ends the process, as exhausted memory
 // does.
 class LinkBuffer {

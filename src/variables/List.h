@@ -39,8 +39,8 @@ public:
     // moves to the next node; at an end it moves only if it stood on that node.
     virtual T* Remove(ListPosition position)
     {
-        // Counted before the list is looked at, on purpose: taking from an empty list
-        // is a mistake of the caller, and the count of -1 shows it.
+        // Counted before the list is looked at, on purpose: taking out what is not there,
+        // from an empty list or at a cursor past an end, is a mistake of the caller.
         --m_count;
         Node* node = m_current;
         if (position != kListCursor)

@@ -15,6 +15,7 @@ public:
                       List<AggregateIndex>* path);
     // For Make_Reference: the counts of the target have been raised already.
     ReferenceVariable(VariableName&& name, Variable* target, int refcount);
+    ReferenceVariable(const ReferenceVariable&) = delete;
     ~ReferenceVariable() override;
 
     // A plain variable with a copy of the target's value.

@@ -1,7 +1,10 @@
 #ifndef ZEPH_VARIABLES_SPLAYTREE_H
 #define ZEPH_VARIABLES_SPLAYTREE_H
 
+#include <type_traits>
+
 #include "variables/List.h"
+#include "variables/Stack.h"
 
 template <class T>
 struct SplayTreeNode {
@@ -14,18 +17,21 @@ struct SplayTreeNode {
 // brings the node that it ends at to the root, so that neighbours of what was just
 // found are found in a few steps. A tree derives from it and supplies Key and Compare.
 //
-// Elements that go in sorted leave the tree one long path. Nothing here recurses:
-// walks use the free links of the nodes, and need no memory of their own. A tree that
-// is an owner passes the elements that it still holds at its end to Purge, which
-// deletes them; a derived tree that overrides Purge calls Dump() in its own destructor.
-template <class T, class K>
+// Elements that go in sorted leave the tree one long path, so only small trees are walked
+// by recursion. A tree that is an owner passes the elements that it still holds at its end to
+// Purge, which deletes them; a derived tree that overrides Purge calls Dump() in its own
+// destructor.
+//
+// A final derived class may name itself as Self: its Key and Compare are then called
+// directly.
+template <class T, class K, class Self = void>
 class SplayTree {
 public:
     explicit SplayTree(int owner) : m_owner(owner) {}
     // An owner gets copies of the elements, another tree shares them.
     SplayTree(const SplayTree& other) : m_owner(other.m_owner)
     {
-        InOrder(other.m_root, [this](T* element) { Append(m_owner ? new T(*element) : element); });
+        other.ForEach([this](T* element) { Append(m_owner ? new T(*element) : element); });
     }
     SplayTree& operator=(const SplayTree&) = delete;
 
@@ -38,9 +44,9 @@ public:
         ++m_count;
         Node* node = new Node{nullptr, nullptr, element};
         if (m_root) {
-            K key = Key(element);
+            K key = KeyOf(element);
             Splay(key);
-            if (Compare(key, m_root->element) < 0) {
+            if (Order(key, m_root->element) < 0) {
                 node->left = m_root->left;
                 node->right = m_root;
                 m_root->left = nullptr;
@@ -69,7 +75,7 @@ public:
         if (!m_root)
             return nullptr;
         Splay(key);
-        return Compare(key, m_root->element) == 0 ? m_root->element : nullptr;
+        return Order(key, m_root->element) == 0 ? m_root->element : nullptr;
     }
     // The nearest element behind or in front of a key, which need not be there; null
     // at an end.
@@ -78,19 +84,96 @@ public:
         if (!m_root)
             return nullptr;
         Splay(key);
-        return Compare(key, m_root->element) < 0 ? m_root->element : Leftmost(m_root->right);
+        return Order(key, m_root->element) < 0 ? m_root->element : Leftmost(m_root->right);
     }
     virtual T* Previous(K key)
     {
         if (!m_root)
             return nullptr;
         Splay(key);
-        return Compare(key, m_root->element) > 0 ? m_root->element : Rightmost(m_root->left);
+        return Order(key, m_root->element) > 0 ? m_root->element : Rightmost(m_root->left);
     }
     virtual T* First() { return Leftmost(m_root); }
     virtual T* Last() { return Rightmost(m_root); }
     // Empties the tree; an owner purges the elements in order.
     virtual void Dump()
+    {
+        Release([this](T* element) {
+            if (m_owner)
+                Purge(element);
+        });
+    }
+    // Ends an element that the tree owns.
+    virtual void Purge(T* element) { delete element; }
+    virtual K Key(T* element) = 0;
+    // Below 0 if the key sorts before that of the element, 0 if they are equal.
+    virtual int Compare(K key, T* element) = 0;
+
+    int Entries() const { return m_count; }
+
+    // Adds the elements to the tail of a list, in order.
+    void AppendToList(List<T>& list) const
+    {
+        ForEach([&](T* element) { list.Insert(element, kListTail); });
+    }
+    // Puts an element behind all others; its key does not sort before theirs.
+    void Append(T* element)
+    {
+        m_root = new Node{m_root, nullptr, element};
+        ++m_count;
+    }
+    // Calls `visit(T*)` for each element in order. It does not change the tree nor search
+    // in it; walking it again is fine.
+    template <class Visit>
+    void ForEach(Visit visit) const
+    {
+        if (m_count > kRecursionLimit)
+            VisitStack(m_root, visit);
+        else
+            VisitRecurse(m_root, visit);
+    }
+
+protected:
+    using Node = SplayTreeNode<T>;
+
+    // A tree with no more entries than this is no deeper either.
+    static constexpr int kRecursionLimit = 99;
+
+    // Brings the node of the key, or one next to where it would be, to the root of a
+    // tree that is not empty.
+    void Splay(K key)
+    {
+        Node assembly{nullptr, nullptr, nullptr};
+        Node* left = &assembly;   // all in front of the key hangs from its right link
+        Node* right = &assembly;  // all behind the key hangs from its left link
+        Node* node = m_root;
+        for (int order; (order = Order(key, node->element)) != 0;) {
+            if (order < 0) {
+                if (node->left && Order(key, node->left->element) < 0)
+                    node = RotatedRight(node);
+                if (!node->left)
+                    break;
+                right = right->left = node;
+                node = node->left;
+            } else {
+                if (node->right && Order(key, node->right->element) > 0)
+                    node = RotatedLeft(node);
+                if (!node->right)
+                    break;
+                left = left->right = node;
+                node = node->right;
+            }
+        }
+        left->right = node->left;
+        right->left = node->right;
+        node->left = assembly.right;
+        node->right = assembly.left;
+        m_root = node;
+    }
+
+    // Empties the tree and visits its elements in order, each when its node is gone.
+    template <class Visit>
+    void Release(Visit visit)
     {
         Node* node = m_root;
         m_root = nullptr;
@@ -106,95 +189,53 @@ public:
             T* element = node->element;
             delete node;
             node = right;
-            if (m_owner)
-                Purge(element);
+            visit(element);
         }
     }
-    // Ends an element that the tree owns.
-    virtual void Purge(T* element) { delete element; }
-    virtual K Key(T* element) = 0;
-    // Below 0 if the key sorts before that of the element, 0 if they are equal.
-    virtual int Compare(K key, T* element) = 0;
 
-    int Entries() const { return m_count; }
-
-    // Adds the elements to the tail of a list, in order.
-    void AppendToList(List<T>& list) const
-    {
-        InOrder(m_root, [&](T* element) { list.Insert(element, kListTail); });
-    }
-    // Puts an element behind all others; its key does not sort before theirs.
-    void Append(T* element)
-    {
-        m_root = new Node{m_root, nullptr, element};
-        ++m_count;
-    }
-    // Calls `visit(T*)` for each element in order. It does not touch the tree.
+    // Visits the elements below a node in order. A tree with few entries is no deeper than
+    // that; the other form is for a larger one and keeps a stack of its own.
     template <class Visit>
-    void ForEach(Visit visit) const
+    static void VisitRecurse(Node* node, Visit& visit)
     {
-        InOrder(m_root, visit);
-    }
-
-protected:
-    using Node = SplayTreeNode<T>;
-
-    // Brings the node of the key, or one next to where it would be, to the root of a
-    // tree that is not empty.
-    void Splay(K key)
-    {
-        Node assembly{nullptr, nullptr, nullptr};
-        Node* left = &assembly;   // all in front of the key hangs from its right link
-        Node* right = &assembly;  // all behind the key hangs from its left link
-        Node* node = m_root;
-        for (int order; (order = Compare(key, node->element)) != 0;) {
-            if (order < 0) {
-                if (node->left && Compare(key, node->left->element) < 0)
-                    node = RotatedRight(node);
-                if (!node->left)
-                    break;
-                right = right->left = node;
-                node = node->left;
-            } else {
-                if (node->right && Compare(key, node->right->element) > 0)
-                    node = RotatedLeft(node);
-                if (!node->right)
-                    break;
-                left = left->right = node;
-                node = node->right;
-            }
+        for (; node; node = node->right) {
+            VisitRecurse(node->left, visit);
+            visit(node->element);
         }
-        left->right = node->left;
-        right->left = node->right;
-        node->left = assembly.right;
-        node->right = assembly.left;
-        m_root = node;
     }
-
-    // Visits in order without a stack: the free right link in front of a node leads
-    // back to it while its left subtree is under way.
     template <class Visit>
-    static void InOrder(Node* node, Visit visit)
+    static void VisitStack(Node* node, Visit& visit)
     {
-        while (node) {
-            if (Node* before = node->left) {
-                while (before->right && before->right != node)
-                    before = before->right;
-                if (!before->right) {
-                    before->right = node;
-                    node = node->left;
-                    continue;
-                }
-                before->right = nullptr;
-            }
+        Stack<Node> pending(0);
+        for (;;) {
+            for (; node; node = node->left)
+                pending.Push(node);
+            if (!(node = pending.Pop()))
+                return;
             visit(node->element);
             node = node->right;
         }
     }
 
+    bool is_owner() const { return m_owner != 0; }
+
     Node* m_root = nullptr;  // owned
 
 private:
+    K KeyOf(T* element)
+    {
+        if constexpr (std::is_void_v<Self>)
+            return Key(element);
+        else
+            return static_cast<Self*>(this)->Key(element);
+    }
+    int Order(K key, T* element)
+    {
+        if constexpr (std::is_void_v<Self>)
+            return Compare(key, element);
+        else
+            return static_cast<Self*>(this)->Compare(key, element);
+    }
     static Node* RotatedRight(Node* node)
     {
         Node* top = node->left;

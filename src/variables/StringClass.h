@@ -63,9 +63,9 @@ public:
     String lower() const;
     String upper() const;
 
-    // White space is space, tab, CR and LF. These three work in place, and the first
-    // NUL byte ends the text for good. CompressWhitespace reduces each run to its
-    // first character.
+    // White space is space, tab, CR and LF. These three work in place, up to the first NUL
+    // byte, wherever that is: it ends the text for good, and what chop or truncate have
+    // cut off comes back. CompressWhitespace reduces each run to its first character.
     void ltrim();
     void StripWhitespace();
     void CompressWhitespace();

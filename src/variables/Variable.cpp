@@ -3,7 +3,7 @@
 #include <new>
 #include <utility>
 
-#include "variables/AggregateElement.h"
+#include "variables/AggregateElementTree.h"
 #include "variables/AggregateWalk.h"
 #include "variables/CallbackVariable.h"
 #include "variables/ReferenceVariable.h"
@@ -117,7 +117,6 @@ int Variable::SetValue(Variable& source)
         AggregateElementTree* copy = CopiedElements(real, m_immutable);
         AggregateType copied_type = real->aggregatetype();
         m_valid = 0;
-        m_primary = kNone;
         ReplaceElements(copy, copied_type);
     } else if (real != this) {
         CopyScalar(*real);

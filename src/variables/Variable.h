@@ -6,6 +6,7 @@
 #include "variables/StringClass.h"
 #include "variables/VariableName.h"
 
+class AggregateElement;
 class AggregateElementTree;
 class CallbackVariableCallback;
 class ZephApplication;
@@ -19,6 +20,13 @@ class ZephApplication;
 // by DecRefCount, never by delete. What an aggregate holds may be shared with others,
 // and values may be nested as deep as memory allows: copying, serializing and ending
 // take memory of their own and not the machine's stack.
+//
+// Counts are raised and given back, and elements copied, serialized and locked, without the
+// virtual operations for it along the way: a class does not override these to take part.
+//
+// Numbers stay within 0 and INT_MAX however they are moved. Lowering them on top of others,
+// which a merge of a negative range can do, leaves elements that no number finds until
+// CollapseElements numbers them anew.
 //
 // An aggregate that contains itself, directly or through a reference, is possible. It
 // is never freed before the process ends. Where its text or its copy comes upon itself
@@ -46,6 +54,8 @@ public:
     // text ends at its NUL.
     Variable() {}
     Variable(const char* name, int name_length) : m_name(name, name_length) {}
+    // Points at its name.
+    explicit Variable(const PermanentText& name) : m_name(name) {}
     Variable(const char* name, int name_length, const char* text, int length);
     Variable(const String& name, const String& text);
     Variable(const char* name, int name_length, double value);
@@ -189,6 +199,8 @@ protected:
             ReplaceElements(nullptr, kAggregateNone);
     }
     void ClearText();
+    // The old elements end last: whatever is at hand may be one of them.
+    void ReplaceElements(AggregateElementTree* elements, AggregateType type);
 
     VariableName m_name;
     String m_value;
@@ -219,9 +231,9 @@ private:
     void CopyText(Variable& source);
     void CopyPreferred(Variable& source);
     void CopyForms(Variable& source);
-    // The old elements end last: whatever is at hand may be one of them.
-    void ReplaceElements(AggregateElementTree* elements, AggregateType type);
-    Variable* NewElement(const AggregateIndex& index);
+    Variable* NewElement(const AggregateIndex& new_index);
+    int SetFirstElement(AggregateIndex index, Variable* variable);
+    bool Pick(AggregateElement* element, AggregateElementTree* to);
     void PutElement(long long number, Variable* variable, bool copy);
     void CopyUp(Variable* source, long long start, long long limit, long long shift, bool copy);
     void CopyDown(Variable* source, long long start, long long limit, long long shift, bool copy);

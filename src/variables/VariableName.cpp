@@ -5,12 +5,23 @@
 #include <new>
 #include <utility>
 
-VariableName::VariableName(VariableName&& other) noexcept : m_length(other.m_length)
+VariableName::VariableName(const VariableName& other)
 {
-    if (m_length == kString)
+    int length;
+    if (other.m_form == kPermanent) {
+        Set(other.permanent());
+    } else {
+        const char* text = other.bytes(&length);
+        Set(text, length);
+    }
+}
+
+VariableName::VariableName(VariableName&& other) noexcept : m_form(other.m_form)
+{
+    if (m_form == kString)
         new (m_bytes) String(std::move(*other.string()));
     else
-        memcpy(m_bytes, other.m_bytes, size_t(m_length));
+        memcpy(m_bytes, other.m_bytes, sizeof m_bytes);
 }
 
 String* VariableName::string()
@@ -18,26 +29,35 @@ String* VariableName::string()
     return std::launder(reinterpret_cast<String*>(m_bytes));
 }
 
-const char* VariableName::bytes(int* length) const
+PermanentText VariableName::permanent() const
 {
-    if (m_length == kString) {
-        *length = string()->length();
-        return string()->data();
-    }
-    *length = m_length;
-    return m_bytes;
+    PermanentText text;
+    memcpy(&text, m_bytes, sizeof text);
+    return text;
 }
 
-const String& VariableName::text()
+// Of a name that does not lie in the object.
+const char* VariableName::OtherBytes(int* length) const
 {
-    if (m_length != kString) {
-        char short_text[kRoom];
-        int length = m_length;
-        memcpy(short_text, m_bytes, size_t(length));
-        String* made = new (m_bytes) String;
+    if (m_form == kPermanent) {
+        PermanentText text = permanent();
+        *length = text.length;
+        return text.data;
+    }
+    *length = string()->length();
+    return string()->data();
+}
+
+String& VariableName::text()
+{
+    if (m_form != kString) {
+        int length;
+        const char* text = bytes(&length);
+        String made;
         if (length > 0)
-            made->assign(short_text, length);
-        m_length = kString;
+            made.assign(text, length);
+        new (m_bytes) String(std::move(made));
+        m_form = kString;
     }
     return *string();
 }
@@ -49,22 +69,22 @@ void VariableName::Assign(const char* text, int length)
     new (this) VariableName(std::move(assigned));
 }
 
+void VariableName::Set(const PermanentText& text)
+{
+    static_assert(sizeof text <= kRoom);
+    memcpy(m_bytes, &text, sizeof text);
+    m_form = kPermanent;
+}
+
 void VariableName::Set(const char* text, int length)
 {
     size_t size = !text ? 0 : length < 0 ? strlen(text) : size_t(length);
     if (size > kRoom) {
         new (m_bytes) String(text, length);
-        m_length = kString;
+        m_form = kString;
         return;
     }
     if (size > 0)
         memcpy(m_bytes, text, size);
-    m_length = static_cast<signed char>(size);
-}
-
-void VariableName::Clear()
-{
-    if (m_length == kString)
-        string()->~String();
-    m_length = 0;
+    m_form = static_cast<signed char>(size);
 }

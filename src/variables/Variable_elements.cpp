@@ -2,7 +2,9 @@
 
 #include <limits.h>
 
-#include "variables/AggregateElement.h"
+#include <algorithm>
+
+#include "variables/AggregateElementTree.h"
 #include "variables/ImmutableVariable.h"
 
 namespace {
@@ -35,7 +37,7 @@ int NumberOf(AggregateElement* element)
 void Displace(AggregateElementTree* elements, long long start, long long delta)
 {
     if (start <= INT_MAX)
-        elements->Displace(AsIndex(start), delta > INT_MAX ? INT_MAX : int(delta));
+        elements->Displace(AsIndex(start), int(std::clamp<long long>(delta, INT_MIN, INT_MAX)));
 }
 
 }  // namespace
@@ -49,8 +51,10 @@ Variable* Variable::Element(const AggregateIndex& index, int create)
     return create ? NewElement(index) : nullptr;
 }
 
-Variable* Variable::NewElement(const AggregateIndex& index)
+Variable* Variable::NewElement(const AggregateIndex& new_index)
 {
+    // The given one may end with the elements that are dropped.
+    AggregateIndex index(new_index);
     Variable::Convert_Aggregate(index.type());
     if (!m_immutable) {
         AggregateElement* element = new AggregateElement(index);
@@ -75,11 +79,20 @@ Variable* Variable::Element(List<AggregateIndex>* path, int create)
 int Variable::SetElement(const AggregateIndex& index, Variable* variable)
 {
     HeldVariable held(variable);
-    Convert_Aggregate(index.type());
+    if (m_aggregate != index.type())
+        return SetFirstElement(AggregateIndex(index), variable);
     if (AggregateElement* found = m_elements->Find(index))
         found->SetVariable(variable);
     else
         m_elements->Insert(new AggregateElement(index, variable));
+    return 1;
+}
+
+// Takes a copy of the index, since the original may end with the elements that are dropped.
+int Variable::SetFirstElement(AggregateIndex index, Variable* variable)
+{
+    Convert_Aggregate(index.type());
+    m_elements->Insert(new AggregateElement(index, variable));
     return 1;
 }
 
@@ -117,16 +130,28 @@ void Variable::DeleteElements(int start, int count, bool collapse)
     // look at it.
     AggregateElementTree removed(1);
     AggregateElement* element;
+    long long limit = (long long)start + count;
     if (count == -1) {
-        while ((element = m_elements->Last()) && NumberOf(element) >= start)
-            removed.Insert(m_elements->Remove(element->index()));
+        while ((element = m_elements->Last()) && NumberOf(element) >= start &&
+               Pick(element, &removed))
+            ;
         return;
     }
-    long long limit = (long long)start + count;
-    while ((element = AtOrBehind(m_elements, start)) && NumberOf(element) < limit)
-        removed.Append(m_elements->Remove(element->index()));
+    while ((element = AtOrBehind(m_elements, start)) && NumberOf(element) < limit &&
+           Pick(element, &removed))
+        ;
     if (collapse)
         Displace(m_elements, limit, -(long long)count);
+}
+
+// Moves an element to another tree. False if numbers that were lowered on top of others
+// hide it.
+bool Variable::Pick(AggregateElement* element, AggregateElementTree* to)
+{
+    AggregateElement* found = m_elements->Remove(element->index());
+    if (found)
+        to->Insert(found);
+    return found;
 }
 
 void Variable::PutElement(long long number, Variable* variable, bool copy)
@@ -150,6 +175,8 @@ void Variable::CopyUp(Variable* source, long long start, long long limit, long l
         int number = NumberOf(element);
         PutElement(number + shift, element->var(), copy);
         element = elements->Next(AggregateIndex(number));
+        if (element && NumberOf(element) <= number)
+            return;
     }
 }
 
@@ -162,6 +189,8 @@ void Variable::CopyDown(Variable* source, long long start, long long limit, long
         int number = NumberOf(element);
         PutElement(number + shift, element->var(), copy);
         element = elements->Previous(AggregateIndex(number));
+        if (element && NumberOf(element) >= number)
+            return;
     }
 }
 
@@ -195,12 +224,14 @@ void Variable::MergeElements(Variable* source, int start, int count, int destina
     HeldVariable held(source);
     Convert_Aggregate(kAggregateArray);
     long long from = start >= 1 ? start : source->Min() > 1 ? source->Min() : 1;
+    // Below 0 for a range that starts behind the last element, and for a negative count of
+    // what has no numbers: then the numbers from the destination on are lowered.
     long long room = count;
-    if (count < 0)
-        room = source->Max() > 0 ? source->Max() + 1LL - from : 0;
-    // Lowering numbers instead of making room would mix up the order.
-    if (room < 0)
-        room = 0;
+    if (count < 0) {
+        room = source->Max();
+        if (room > 0)
+            room += 1 - from;
+    }
     long long to = destination < 1 ? Max() + 1LL : destination;
     Displace(m_elements, to, room);
     if (source->aggregatetype() != kAggregateArray)
@@ -223,9 +254,7 @@ int Variable::CollapseElements()
 {
     if (m_aggregate != kAggregateArray)
         return 0;
-    int count = 0;
-    m_elements->ForEach([&](AggregateElement* element) { element->index().Renumber(++count); });
-    return count;
+    return m_elements->Collapse();
 }
 
 int Variable::Max()

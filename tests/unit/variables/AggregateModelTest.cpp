@@ -99,9 +99,16 @@ void ModelMergeSelf(Model* target, int start, int count, int destination)
             (*target)[number + distance] = found->second;
 }
 
+// Whether a merge of all from `start` on would lower numbers instead of making room.
+bool Lowers(const Model& source, int start, int count)
+{
+    return count < 0 && LastOf(source) > 0 && start > LastOf(source) + 1;
+}
+
 class ArrayPair {
 public:
-    explicit ArrayPair(unsigned int seed) : m_random(seed)
+    // Numbers are around and below `range`.
+    ArrayPair(unsigned int seed, int range) : m_random(seed), m_range(range)
     {
         for (Held& array : m_arrays)
             array = ArrayOf("");
@@ -112,9 +119,9 @@ public:
         int which = Below(2);
         Held& x = m_arrays[which];
         Model& model = m_models[which];
-        int number = Below(20) + 1;
-        int count = Below(8) - 1;
-        int destination = Below(20);
+        int number = Below(m_range) + 1;
+        int count = Below(m_range / 2 - 2) - 1;
+        int destination = Below(m_range);
         bool copy = Below(2) == 1;
         switch (Below(11)) {
             case 0:
@@ -155,10 +162,14 @@ public:
                 ModelCopy(&model, model, number - 2, count, destination);
                 break;
             case 7:
+                if (Lowers(m_models[!which], number - 2, count))
+                    break;
                 x->MergeElements(m_arrays[!which].get(), number - 2, count, destination, copy);
                 ModelMerge(&model, m_models[!which], number - 2, count, destination);
                 break;
             case 8:
+                if (Lowers(model, number - 2, count))
+                    break;
                 x->MergeElements(x.get(), number - 2, count, destination, copy);
                 ModelMergeSelf(&model, number - 2, count, destination);
                 break;
@@ -170,8 +181,8 @@ public:
                 Look(&x, model, number);
         }
         // Merging doubles: what grows too long is cut.
-        x->DeleteElements(60, -1, false);
-        model.erase(model.lower_bound(60), model.end());
+        x->DeleteElements(3 * m_range, -1, false);
+        model.erase(model.lower_bound(3 * m_range), model.end());
     }
 
     void Check()
@@ -220,15 +231,16 @@ private:
     }
 
     std::mt19937 m_random;
+    int m_range;
     Held m_arrays[2];
     Model m_models[2];
 };
 
-TEST(AggregateModel, ArraysAgreeWithAMap)
+void CompareArrays(unsigned int seeds, int steps, int range)
 {
-    for (unsigned int seed = 1; seed <= 20; ++seed) {
-        ArrayPair pair(seed);
-        for (int step = 0; step < 400; ++step) {
+    for (unsigned int seed = 1; seed <= seeds; ++seed) {
+        ArrayPair pair(seed, range);
+        for (int step = 0; step < steps; ++step) {
             SCOPED_TRACE("seed " + std::to_string(seed) + ", step " + std::to_string(step));
             pair.Step();
             pair.Check();
@@ -236,6 +248,17 @@ TEST(AggregateModel, ArraysAgreeWithAMap)
                 return;
         }
     }
+}
+
+TEST(AggregateModel, ArraysAgreeWithAMap)
+{
+    CompareArrays(20, 400, 20);
+}
+
+// With so many holes that the elements change between a run and a tree.
+TEST(AggregateModel, SparseArraysAgreeWithAMap)
+{
+    CompareArrays(10, 300, 600);
 }
 
 struct WithoutCase {

@@ -30,6 +30,11 @@ TEST(ArrayRanges, DeletesARange)
                 {6, 3, true, "1=a 2=b 3=c 4=d 5=e"},
                 {0, 3, false, "3=c 4=d 5=e"},
                 {INT_MIN, 3, false, "1=a 2=b 3=c 4=d 5=e"},
+                // Lowered as far as numbers go.
+                {-1, 3, true, "0=b 0=c 1=d 2=e"},
+                // Raised: a count below -1 makes room.
+                {3, -2, true, "3=a 4=b 5=c 6=d 7=e"},
+                {3, -2, false, "1=a 2=b 3=c 4=d 5=e"},
                 {INT_MAX, INT_MAX, true, "1=a 2=b 3=c 4=d 5=e"}};
     for (const auto& row : rows) {
         SCOPED_TRACE(std::to_string(row.start) + ", " + std::to_string(row.count));
@@ -146,7 +151,7 @@ TEST(ArrayRanges, MergeMakesRoomFirst)
         const char* elements;
     } rows[] = {{1, 2, 2, "1=a 2=x 3=y 4=b 5=c"},  {0, -1, 0, "1=a 2=b 3=c 4=x 5=y 6=z"},
                 {2, -1, 1, "1=y 2=z 3=a 4=b 5=c"}, {3, 3, 1, "1=z 4=a 5=b 6=c"},
-                {9, -1, 2, "1=a 2=b 3=c"},         {1, 0, 1, "1=a 2=b 3=c"},
+                {4, -1, 2, "1=a 2=b 3=c"},         {1, 0, 1, "1=a 2=b 3=c"},
                 {-1, 1, -1, "1=a 2=b 3=c 4=x"}};
     for (const auto& row : rows) {
         for (bool copy : {kCopy, kShare}) {
@@ -203,9 +208,54 @@ TEST(ArrayRanges, MergeFromWhatIsNoArrayLeavesTheGap)
     Held structure = Fresh();
     Put(*structure, "m", "1");
     x->MergeElements(structure.get(), 0, -1, 4, kCopy);
-    EXPECT_EQ(ElementsOf(*x), "1=a 4=b 5=c");
+    EXPECT_EQ(ElementsOf(*x), "1=a 3=b 4=c");
     structure->MergeElements(x.get(), 0, -1, 0, kCopy);
-    EXPECT_EQ(ElementsOf(*structure), "1=a 4=b 5=c");
+    EXPECT_EQ(ElementsOf(*structure), "1=a 3=b 4=c");
+}
+
+// A range that starts behind the last element has a count below 0: the gap closes by as
+// much, and numbers that would fall below 0 stay there.
+TEST(ArrayRanges, MergeOfANegativeRangeLowersWhatFollows)
+{
+    static const struct {
+        int start, destination;
+        const char* elements;
+    } rows[] = {{5, 8, "1=a 7=b 8=c"},
+                {9, 8, "1=a 3=b 4=c"},
+                {9, 9, "1=a 8=b 4=c"},
+                {99, 2, "1=a 0=b 0=c"}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.start);
+        Held source = ArrayOf("xyz");
+        Held x = Fresh();
+        Put(*x, 1, "a");
+        Put(*x, 8, "b");
+        Put(*x, 9, "c");
+        x->MergeElements(source.get(), row.start, -1, row.destination, kCopy);
+        EXPECT_EQ(x->ElementsUsed(), 3);
+        EXPECT_EQ(ElementsOf(*x), row.elements);
+    }
+}
+
+// Elements that share a number, or stand in a false order, are hidden but not lost.
+TEST(ArrayRanges, WhatWasLoweredOnTopOfOthersComesBackByCollapsing)
+{
+    Held structure = Fresh();
+    Put(*structure, "m", "1");
+    Held x = ArrayOf("abcdefgh");
+    for (int i = 0; i < 4; ++i)
+        x->MergeElements(structure.get(), 0, -1, 5, kShare);
+    Held other = Fresh();
+    other->CopyElements(x.get(), 1, -1, 1, kCopy);
+    other->CopyElements(x.get(), 1, 100, 7, kCopy);
+    other->CopyElements(x.get(), 8, 100, 7, kCopy);
+    EXPECT_EQ(x->CollapseElements(), 8);
+    EXPECT_EQ(ElementsOf(*x), "1=a 2=b 3=c 4=d 5=e 6=f 7=g 8=h");
+    for (int i = 0; i < 4; ++i)
+        x->MergeElements(structure.get(), 0, -1, 5, kShare);
+    x->DeleteElements(0, 100, kCollapse);
+    x->DeleteElements(0, -1, kShare);
+    EXPECT_LE(x->ElementsUsed(), 8);
 }
 
 // What is read lives only in what the call itself drops.

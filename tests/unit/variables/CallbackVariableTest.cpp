@@ -179,6 +179,36 @@ TEST_F(CallbackStructVariableTest, TheVariableMayEndWhileItsCallbackRuns)
     EXPECT_EQ(calls.ended, 1);
 }
 
+TEST_F(CallbackStructVariableTest, WhatAnEndingVariableAnswersIsNotHandedOut)
+{
+    for (int create : {0, 1}) {
+        SCOPED_TRACE(create);
+        Calls last{0, "", {{"a", "1"}}, nullptr};
+        Held held = Fresh();
+        held->Make_CallbackStruct(new Callback(&last));
+        last.act = [&](Variable*) { held.reset(); };
+        EXPECT_EQ(held.get()->Element(AggregateIndex("a", 1), create), nullptr);
+        EXPECT_EQ(last.ended, 1);
+    }
+}
+
+TEST_F(CallbackStructVariableTest, TheAnswerItselfIsStored)
+{
+    Variable* a = x->Element(AggregateIndex("a", 1), 1);
+    EXPECT_EQ(a->refcount(), 2);
+    Held kept = Fresh();
+    calls.values["a"] = "other";
+    EXPECT_EQ(Member(*x, "a"), a);
+}
+
+TEST_F(CallbackStructVariableTest, BecomingAStructureKeepsThePrimaryType)
+{
+    x->SetValue_Integer(4);
+    x->Element(AggregateIndex("a", 1), 1);
+    EXPECT_EQ(x->primary_type(), Variable::kInteger);
+    EXPECT_EQ(x->value_integer(), 0);
+}
+
 TEST_F(CallbackStructVariableTest, ACloneIsPlain)
 {
     x->Element(AggregateIndex("a", 1), 1);

@@ -220,6 +220,20 @@ TEST(NULLVariable, IsNullInEveryForm)
     EXPECT_EQ(null.Element(AggregateIndex("m", 1), 0), nullptr);
 }
 
+TEST(NULLVariable, StaysNullBelowWhatIsUnlocked)
+{
+    Held parent = Unlocked();
+    Held null(new NULLVariable);
+    parent->SetElement(AggregateIndex("m", 1), null.get());
+    Immutable(parent).Lock();
+    Immutable(parent).Unlock();
+    null->SetValue("x", 1);
+    EXPECT_EQ(ValueOf(*null), "");
+    Held array = ArrayOf("ab");
+    null->SetValue(*array);
+    EXPECT_EQ(null->aggregatetype(), kAggregateNone);
+}
+
 TEST(NULLVariable, AssignedFromItAVariableIsNull)
 {
     NULLVariable null;

@@ -154,6 +154,16 @@ TEST_F(ListOfItems, SeekFindsByIdentityAndLeavesTheCursorThere)
     EXPECT_EQ(list.Current(), nullptr);
 }
 
+TEST_F(ListOfItems, RemoveAtACursorThatStandsNowhereCountsAllTheSame)
+{
+    list.RemoveAll();
+    list.Insert(&items[0], kListTail);
+    list.Next();
+    EXPECT_EQ(list.Remove(kListCursor), nullptr);
+    EXPECT_EQ(list.Entries(), 0);
+    EXPECT_EQ(list.First(), &items[0]);
+}
+
 TEST_F(ListOfItems, RemoveAllKeepsTheValues)
 {
     int alive = Item::alive;

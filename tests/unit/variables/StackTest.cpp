@@ -106,6 +106,7 @@ TEST(Stack, OnlyAnOwnerDeletesWhatItHolds)
         owner.Dump();
         EXPECT_EQ(Item::alive, alive);
         EXPECT_EQ(owner.Entries(), 0);
+        EXPECT_EQ(owner.Peek(), nullptr);
         EXPECT_EQ(owner.Top(), nullptr);
         owner.Push(new Item(3));
         Stack<Item> borrower(0);

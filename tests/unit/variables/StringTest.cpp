@@ -183,10 +183,37 @@ TEST(String, PrependMakesANewBuffer)
     string.prepend('y');
     EXPECT_EQ(string.capacity(), 48);
     EXPECT_EQ(Text(string), "y" + std::string(19, 'x') + "_abc");
-    String wide(Buffer("a", 7), 1, 7);
-    wide.prepend("b");
-    EXPECT_EQ(wide.capacity(), 7);
-    EXPECT_STREQ(wide.data(), "ba");
+    static const struct {
+        int length, capacity;
+    } rows[] = {{1, 7}, {5, 7}, {6, 24}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.length);
+        String wide(Buffer("a", 7), 1, 7);
+        wide.prepend(std::string(size_t(row.length), 'b').c_str());
+        EXPECT_EQ(wide.capacity(), row.capacity);
+        EXPECT_EQ(Text(wide), std::string(size_t(row.length), 'b') + "a");
+    }
+}
+
+TEST(String, WhatWasCutOffComesBackWhereTheNulEndsTheText)
+{
+    String stripped("ab  cd");
+    stripped.truncate(2);
+    stripped.StripWhitespace();
+    EXPECT_EQ(Text(stripped), "ab  cd");
+    String trimmed(" ab");
+    trimmed.chop(1);
+    trimmed.ltrim();
+    EXPECT_EQ(Text(trimmed), "ab");
+    String compressed("a  bc");
+    compressed.chop(2);
+    compressed.CompressWhitespace();
+    EXPECT_EQ(Text(compressed), "a bc");
+    String cut("abcdef");
+    cut.truncate(3);
+    EXPECT_EQ(Text(cut.from(1)), "bcdef");
+    EXPECT_EQ(Text(cut.after("b")), "cdef");
+    EXPECT_EQ(Text(cut), "abc");
 }
 
 TEST(String, ArgumentsMayPointIntoTheStringItself)

@@ -4,7 +4,7 @@
 #include <memory>
 #include <string>
 
-#include "variables/AggregateElement.h"
+#include "variables/AggregateElementTree.h"
 #include "variables/Variable.h"
 
 // Short forms that the tests of variables share.

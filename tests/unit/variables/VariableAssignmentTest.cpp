@@ -44,12 +44,27 @@ TEST(VariableAssignment, AssignmentCopiesAnAggregateWithAllBelow)
     target->SetValue(*source);
     EXPECT_EQ(target->aggregatetype(), kAggregateArray);
     EXPECT_EQ(ValueOf(*target), "a,b,c");
-    EXPECT_EQ(target->primary_type(), Variable::kNone);
+    // The primary type stays that of the value that was there.
+    EXPECT_EQ(target->primary_type(), Variable::kText);
     At(*target, 1)->SetValue("x", 1);
     Put(*At(*target, 3), "IN", "y");
     EXPECT_EQ(ValueOf(*source), "a,b,c");
     EXPECT_EQ(ValueOf(*target), "x,b,y");
     EXPECT_EQ(At(*target, 1)->refcount(), 1);
+}
+
+TEST(VariableAssignment, ASourceWithoutAValueIsMadeToComputeItsText)
+{
+    Held source = Fresh();
+    Held target = Fresh("old");
+    target->SetValue(*source);
+    EXPECT_EQ(ValueOf(*target), "");
+    EXPECT_TRUE(target->IsNULL());
+    EXPECT_EQ(target->primary_type(), Variable::kNone);
+    // Valid text in both: a number set in the source does not show in the copy.
+    source->SetValue_Integer(5);
+    EXPECT_EQ(ValueOf(*target), "");
+    EXPECT_FALSE(target->IsTrue());
 }
 
 TEST(VariableAssignment, AnElementMayBeAssignedToItsAggregateAndBack)

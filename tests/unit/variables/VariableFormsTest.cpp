@@ -182,7 +182,11 @@ TEST(VariableForms, TheComparisonFormTellsTextThatIsNoNumber)
         const char* text;
         double real;
         int error;
-    } rows[] = {{"1.5", 1.5, 0}, {"12abc", 0.0, 1}, {"abc", 0.0, 1}, {"-3", -3.0, 0}};
+    } rows[] = {{"1.5", 1.5, 0},
+                {"12abc", 0.0, 1},
+                {"abc", 0.0, 1},
+                {"-3", -3.0, 0},
+                {"1e999", HUGE_VAL, 1}};
     for (const auto& row : rows) {
         SCOPED_TRACE(row.text);
         Variable variable("v", -1, row.text, -1);
@@ -194,6 +198,20 @@ TEST(VariableForms, TheComparisonFormTellsTextThatIsNoNumber)
         EXPECT_EQ(variable.value_compare(&error), row.real);
         EXPECT_EQ(error, row.error);
     }
+}
+
+// The digits wrap around to an integer, though they are too large for a double.
+TEST(VariableForms, AComparisonThatFailsDoesNotMakeTheDoubleValid)
+{
+    std::string digits(400, '9');
+    Variable plain("v", -1, digits.c_str(), -1);
+    int integer = plain.value_integer();
+    EXPECT_NE(integer, INT_MIN);
+    Variable compared("v", -1, digits.c_str(), -1);
+    int error = 0;
+    compared.value_compare(&error);
+    EXPECT_EQ(error, 1);
+    EXPECT_EQ(compared.value_integer(), integer);
 }
 
 TEST(VariableForms, TheComparisonFormOfNumbersAndOfNull)

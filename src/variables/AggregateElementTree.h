@@ -1,0 +1,74 @@
+#ifndef ZEPH_VARIABLES_AGGREGATEELEMENTTREE_H
+#define ZEPH_VARIABLES_AGGREGATEELEMENTTREE_H
+
+#include "variables/AggregateElement.h"
+#include "variables/ElementRun.h"
+#include "variables/SplayTree.h"
+
+// The elements of one aggregate, all of them under numbers or all under names.
+//
+// Numbers without large gaps, the usual array, are kept in an ElementRun, where an
+// element is found by its number at once; all else is in the nodes of the tree. Which of
+// the two holds the elements shows in nothing but the time that an operation takes. What
+// the run cannot do moves all elements into the tree, and Collapse brings them back.
+class AggregateElementTree final
+    : public SplayTree<AggregateElement, const AggregateIndex&, AggregateElementTree> {
+public:
+    using SplayTree::SplayTree;
+    AggregateElementTree(const AggregateElementTree& other);
+    ~AggregateElementTree() override { AggregateElementTree::Dump(); }
+
+    void Insert(AggregateElement* element) override;
+    AggregateElement* Remove(const AggregateIndex& index) override;
+    AggregateElement* Find(const AggregateIndex& index) override
+    {
+        return IsRun() ? InRun(index) : SplayTree::Find(index);
+    }
+    AggregateElement* Next(const AggregateIndex& index) override;
+    AggregateElement* Previous(const AggregateIndex& index) override;
+    AggregateElement* First() override;
+    AggregateElement* Last() override;
+    void Dump() override;
+    const AggregateIndex& Key(AggregateElement* element) override { return element->index(); }
+    int Compare(const AggregateIndex& key, AggregateElement* element) override
+    {
+        return -key.Compare(element->index());
+    }
+
+    // The order of these is binary interface, behind the operations of SplayTree.
+
+    // Adds `delta` to all numbers from `start` on. Nothing moves in the tree: a caller
+    // that lowers numbers has made sure that none is overtaken.
+    virtual void Displace(int start, int delta);
+    // The same for all below a node. The first one is for small trees, the second one
+    // keeps a stack of its own.
+    virtual void DisplaceRecurse(int delta, SplayTreeNode<AggregateElement>* node);
+    virtual void DisplaceStack(int delta, SplayTreeNode<AggregateElement>* node);
+
+    // These stand in the place of those of SplayTree, and do the same.
+    int Entries() const { return m_run.Entries() + SplayTree::Entries(); }
+    void AppendToList(List<AggregateElement>& list) const;
+    void Append(AggregateElement* element);
+    template <class Visit>
+    void ForEach(Visit visit) const
+    {
+        m_run.ForEach(visit);
+        SplayTree::ForEach(visit);
+    }
+
+    // Numbers the elements from 1 on, in order, and returns their count.
+    int Collapse();
+
+private:
+    bool IsRun() const { return m_run.Entries() > 0; }
+    AggregateElement* InRun(const AggregateIndex& index) const
+    {
+        return index.number() < 0 ? nullptr : m_run.At(index.number());
+    }
+    bool PutIntoRun(AggregateElement* element);
+    void MoveToTree();
+
+    ElementRun m_run;  // empty while the nodes hold the elements
+};
+
+#endif
