@@ -8,7 +8,9 @@
 #include <string.h>
 #include <strings.h>
 
+#include "primitives/decimal_reader.h"
 #include "primitives/dtoa.h"
+#include "primitives/number_text.h"
 
 namespace {
 
@@ -29,16 +31,31 @@ bool IsHexadecimal(const char* text, size_t length)
            DigitValue(text[2]) != kNoDigit;
 }
 
-// Sums the digits in 32 bits, silently losing what is above; false at a character
-// that is no digit of the base.
-bool SumDigits(const char* text, size_t length, int base, unsigned int* sum)
+// Sum the digits in 32 bits, silently losing what is above; false at a character that
+// is no digit of the base.
+bool SumDigits(const char* text, size_t length, unsigned int* sum)
 {
+    unsigned int so_far = 0;
     for (size_t i = 0; i < length; ++i) {
-        int digit = DigitValue(text[i]);
-        if (digit >= base)
+        const unsigned int digit = static_cast<unsigned char>(text[i]) - unsigned('0');
+        if (digit > 9)
             return false;
-        *sum = *sum * unsigned(base) + unsigned(digit);
+        so_far = so_far * 10 + digit;
     }
+    *sum = so_far;
+    return true;
+}
+
+bool SumHexadecimalDigits(const char* text, size_t length, unsigned int* sum)
+{
+    unsigned int so_far = 0;
+    for (size_t i = 0; i < length; ++i) {
+        const int digit = DigitValue(text[i]);
+        if (digit == kNoDigit)
+            return false;
+        so_far = so_far << 4 | unsigned(digit);
+    }
+    *sum = so_far;
     return true;
 }
 
@@ -110,57 +127,27 @@ char* DecimalText::Write(char* to) const
 }
 
 // The room that authors of libraries have always found behind these texts.
-int UsualCapacity(const DecimalText& number, int places)
+int UsualCapacity(int count, int decpt, int places)
 {
-    int larger = number.count > number.decpt ? number.count : number.decpt;
-    return places + 3 + larger + (number.decpt == 0 ? 1 : 0);
+    return places + 3 + (count > decpt ? count : decpt) + (decpt == 0 ? 1 : 0);
 }
 
-char* WordText(const DecimalText& number, int* length, int* capacity)
+char* WithPlaces(double value, int places, int* length, int* capacity)
 {
-    int size = number.sign + number.count;
-    char* text = new char[size_t(size) + 1];
-    char* to = text;
-    if (number.sign)
-        *to++ = '-';
-    *Put(to, number.digits, number.count) = 0;
-    Report(size, size + 1, length, capacity);
+    DecimalText number;
+    char* end;
+    dtoa(value, kDtoaShortestToPlaces, places, &number.decpt, &number.sign, &end, number.digits);
+    number.count = int(end - number.digits);
+    SetPlaces(places, &number);
+    int size = number.Length();
+    int room = UsualCapacity(number.count, number.decpt, places);
+    // A small negative number that loses all its digits needs one character more.
+    if (room <= size)
+        room = size + 1;
+    char* text = new char[size_t(room)];
+    *number.Write(text) = 0;
+    Report(size, room, length, capacity);
     return text;
-}
-
-// A whole number below 2^53 and a power of ten up to 10^22 are exact doubles, and one
-// division of them rounds correctly.
-const uint64_t kExactIntegers = uint64_t(1) << 53;
-const int kExactPowers = 22;
-const double kPowersOfTen[kExactPowers + 1] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
-                                               1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
-                                               1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
-
-// Reads digits with at most one '.' among them, and a '-' in front; false for what has
-// another form, and for what has too many digits to be exact here.
-bool ReadShortDecimal(const char* text, size_t length, double* value)
-{
-    size_t i = text[0] == '-' ? 1 : 0;
-    uint64_t sum = 0;
-    int places = 0, digits = 0;
-    bool behind_point = false;
-    for (; i < length; ++i) {
-        if (text[i] == '.' && !behind_point) {
-            behind_point = true;
-            continue;
-        }
-        unsigned int digit = static_cast<unsigned char>(text[i]) - unsigned('0');
-        if (digit > 9 || sum >= kExactIntegers / 10 || places == kExactPowers)
-            return false;
-        sum = sum * 10 + digit;
-        ++digits;
-        places += behind_point ? 1 : 0;
-    }
-    if (digits == 0)
-        return false;
-    double magnitude = double(sum) / kPowersOfTen[places];
-    *value = text[0] == '-' ? -magnitude : magnitude;
-    return true;
 }
 
 bool IsWord(const char* text, size_t length, const char* word)
@@ -219,24 +206,11 @@ bool ReadCopy(const char* text, size_t length, double* value)
 
 char* itos(int value, int* length, int* capacity)
 {
-    char digits[12];
-    int first = int(sizeof digits);
-    // Unsigned, since the least int has no positive counterpart.
-    unsigned int rest = value < 0 ? 0u - unsigned(value) : unsigned(value);
-    do {
-        digits[--first] = char('0' + rest % 10);
-        rest /= 10;
-    } while (rest != 0);
-    if (value < 0)
-        digits[--first] = '-';
-    int size = int(sizeof digits) - first;
+    char digits[kIntegerRoom];
+    const int size = FormatInteger(value, digits);
     char* text = new char[size_t(size) + 1];
-    memcpy(text, digits + first, size_t(size));
-    text[size] = 0;
-    if (length)
-        *length = size;
-    if (capacity)
-        *capacity = size + 1;
+    memcpy(text, digits, size_t(size) + 1);
+    Report(size, size + 1, length, capacity);
     return text;
 }
 
@@ -244,10 +218,10 @@ int stoi(const char* text, int length, int* error)
 {
     size_t count = length < 0 ? strlen(text) : size_t(length);
     bool negative = count > 0 && text[0] == '-';
-    bool hexadecimal = IsHexadecimal(text, count);
-    size_t start = negative ? 1 : hexadecimal ? 2 : 0;
+    size_t start = negative ? 1 : 0;
     unsigned int sum = 0;
-    bool valid = SumDigits(text + start, count - start, hexadecimal ? 16 : 10, &sum);
+    bool valid = IsHexadecimal(text, count) ? SumHexadecimalDigits(text + 2, count - 2, &sum)
+                                            : SumDigits(text + start, count - start, &sum);
     if (error)
         *error = valid ? 0 : 1;
     if (!valid)
@@ -257,24 +231,14 @@ int stoi(const char* text, int length, int* error)
 
 char* dtos(double value, int* length, int* capacity, int precision)
 {
-    int places = precision < 0 ? kDefaultPlaces : precision;
-    if (places > kMostPlaces)
-        places = kMostPlaces;
-    DecimalText number;
-    char* end;
-    dtoa(value, kDtoaShortestToPlaces, places, &number.decpt, &number.sign, &end, number.digits);
-    number.count = int(end - number.digits);
-    if (number.decpt == kDtoaNotFinite)
-        return WordText(number, length, capacity);
-    SetPlaces(precision < 0 ? -1 : places, &number);
-    int size = number.Length();
-    int room = UsualCapacity(number, places);
-    // A small negative number that loses all its digits needs one character more.
-    if (room <= size)
-        room = size + 1;
-    char* text = new char[size_t(room)];
-    *number.Write(text) = 0;
-    Report(size, room, length, capacity);
+    if (precision >= 0 && isfinite(value))
+        return WithPlaces(value, precision < kMostPlaces ? precision : kMostPlaces, length,
+                          capacity);
+    const ShortestText shortest(value);
+    const int room = UsualCapacity(shortest.count(), shortest.decpt(), kDefaultPlaces);
+    char* text = new char[size_t(room < kShortDoubleRoom ? kShortDoubleRoom : room)];
+    const int size = shortest.Write(text);
+    Report(size, shortest.is_word() ? size + 1 : room, length, capacity);
     return text;
 }
 
@@ -282,8 +246,7 @@ double stod(const char* text, int length, int capacity, int* error)
 {
     size_t count = length < 0 ? strlen(text) : size_t(length);
     double value = 0.0;
-    bool valid =
-        count == 0 || ReadShortDecimal(text, count, &value) || ReadWord(text, count, &value);
+    bool valid = count == 0 || ReadDecimal(text, count, &value) || ReadWord(text, count, &value);
     if (!valid) {
         bool terminated = length < 0 || (capacity > length && text[count] == 0);
         valid = terminated ? ReadTerminated(text, count, &value) : ReadCopy(text, count, &value);

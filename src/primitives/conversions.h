@@ -2,7 +2,8 @@
 #define ZEPH_PRIMITIVES_CONVERSIONS_H
 
 // Conversions between numbers and their texts, as scripts see them. The program never
-// calls `setlocale`, so the decimal point is '.' everywhere.
+// calls `setlocale`, so the decimal point is '.' everywhere. Callers that have room for a
+// text take FormatInteger and FormatShortest of number_text.h, which allocate nothing.
 
 // The decimal text of a number, in a new array that the caller owns; NUL-terminated
 // and of exact size, the capacity being the length + 1.

@@ -6,6 +6,7 @@
 #include <string.h>
 
 #include "primitives/bigint.h"
+#include "primitives/powers_of_ten.h"
 
 // Two ways lead to the same digits. A number of everyday size, scaled to 17 or 18
 // digits in front of the point, is exact in 128 bits, and so are the borders between
@@ -24,28 +25,6 @@ const int kExponentBias = 1075;  // of the last bit of the fraction
 const int kMostDigits = 17;
 // 4 * 2^53 * 10^21 is below 2^125.
 const int kLargestScale = 21;
-const int kLargestPower = 19;
-
-const uint64_t kPowersOfTen[kLargestPower + 1] = {1u,
-                                                  10u,
-                                                  100u,
-                                                  1000u,
-                                                  10000u,
-                                                  100000u,
-                                                  1000000u,
-                                                  10000000u,
-                                                  100000000u,
-                                                  1000000000u,
-                                                  10000000000u,
-                                                  100000000000u,
-                                                  1000000000000u,
-                                                  10000000000000u,
-                                                  100000000000000u,
-                                                  1000000000000000u,
-                                                  10000000000000000u,
-                                                  100000000000000000u,
-                                                  1000000000000000000u,
-                                                  10000000000000000000u};
 
 // A positive double: m * 2^e. What lies between (4m - below) / 4 and (4m + 2) / 4, in
 // units of 2^e, reads back to it; the borders themselves do so when m is even.
@@ -161,15 +140,16 @@ private:
 
 Wide ScaledNumber::Scaled(uint64_t quarters) const
 {
-    if (m_scale <= kLargestPower)
-        return Wide(quarters) * kPowersOfTen[m_scale];
-    return Wide(quarters) * kPowersOfTen[kLargestPower] * kPowersOfTen[m_scale - kLargestPower];
+    if (m_scale <= kGreatestIntegerPower)
+        return Wide(quarters) * kIntegerPowersOfTen[m_scale];
+    return Wide(quarters) * kIntegerPowersOfTen[kGreatestIntegerPower] *
+           kIntegerPowersOfTen[m_scale - kGreatestIntegerPower];
 }
 
 // The number divided by 10^dropped and rounded, a tie to even.
 uint64_t ScaledNumber::Rounded(int dropped) const
 {
-    uint64_t unit = kPowersOfTen[dropped];
+    uint64_t unit = kIntegerPowersOfTen[dropped];
     uint64_t quotient = uint64_t(m_value >> m_shift) / unit;
     Wide twice = (m_value - (Wide(quotient * unit) << m_shift)) * 2;
     Wide whole = Wide(unit) << m_shift;
@@ -202,13 +182,13 @@ uint64_t ScaledNumber::Shortest(int* dropped) const
     uint64_t most = uint64_t(high >> m_shift);
     assert(least <= most);
     *dropped = 0;
-    while (Coarsen(kPowersOfTen[8], &least, &most))
+    while (Coarsen(kIntegerPowersOfTen[8], &least, &most))
         *dropped += 8;
-    if (Coarsen(kPowersOfTen[4], &least, &most))
+    if (Coarsen(kIntegerPowersOfTen[4], &least, &most))
         *dropped += 4;
-    if (Coarsen(kPowersOfTen[2], &least, &most))
+    if (Coarsen(kIntegerPowersOfTen[2], &least, &most))
         *dropped += 2;
-    if (Coarsen(kPowersOfTen[1], &least, &most))
+    if (Coarsen(kIntegerPowersOfTen[1], &least, &most))
         *dropped += 1;
     uint64_t nearest = Rounded(*dropped);
     // Only at a power of two, where the lower border is closer, could the nearest number

@@ -6,6 +6,7 @@
 #include <charconv>
 #include <climits>
 #include <cmath>
+#include <cstdlib>
 #include <cstring>
 #include <limits>
 #include <memory>
@@ -180,6 +181,12 @@ TEST(Conversions, DtosTellsTheRoomBehindItsText)
         {0.01, -1, 20 + 3 + 1},
         {3.0, 2, 2 + 3 + 1},
         {1e21, -1, 20 + 3 + 22},
+        {0.0, -1, 20 + 3 + 1},
+        {120, -1, 20 + 3 + 3},
+        {123456789012.0, -1, 20 + 3 + 12},
+        {12.345678901234567, -1, 20 + 3 + 17},
+        {1.5e-5, -1, 20 + 3 + 2},
+        {1e-21, -1, 20 + 3 + 0},
         {123.25, 1, 1 + 3 + 4},
         {0.5, 0, 0 + 3 + 0 + 1},
         {0.001, 2, 2 + 3 + 0},
@@ -416,6 +423,65 @@ TEST(Conversions, StodReadsRandomDecimalsCorrectlyRounded)
         double value = ReadDouble("-" + text, &error);
         ASSERT_EQ(ToBits(value), ToBits(-expected)) << text;
         ASSERT_EQ(error, 0) << text;
+    }
+}
+
+TEST(Conversions, StodJudgesAnyTextAsTheCLibraryDoes)
+{
+    // What strtod says of a text without a word in it.
+    auto judged = [](const std::string& text, double* value) {
+        char* end;
+        errno = 0;
+        *value = std::strtod(text.c_str(), &end);
+        bool whole = end == text.c_str() + text.size();
+        if (!whole)
+            *value = 0.0;
+        return whole && !(errno == ERANGE && std::isinf(*value));
+    };
+    static const char kCharacters[] = "00112345678999..--+eE xXafp";
+    std::mt19937_64 random(7);
+    int numbers = 0;
+    for (int i = 0; i < 10 * RandomCount(); ++i) {
+        std::string text;
+        for (size_t count = random() % 14 + 1; text.size() < count;)
+            text += kCharacters[random() % (sizeof kCharacters - 1)];
+        double expected;
+        int expected_error = judged(text, &expected) ? 0 : 1, error = -1;
+        double value = ReadDouble(text, &error);
+        ASSERT_EQ(ToBits(value), ToBits(expected)) << text;
+        ASSERT_EQ(error, expected_error) << text;
+        numbers += error == 0 ? 1 : 0;
+    }
+    EXPECT_GT(numbers, RandomCount() / 10);
+}
+
+TEST(Conversions, StodKeepsTheRulesOfOverflowAndUnderflowAtTheirLimits)
+{
+    static const struct {
+        const char* text;
+        double value;
+        int error;
+    } rows[] = {
+        {"1.7976931348623157e308", 1.7976931348623157e308, 0},
+        {"179769313486231570000000000000000000000e270", 1.7976931348623157e308, 0},
+        {"1.7976931348623158e308", 1.7976931348623157e308, 0},
+        {"1.7976931348623159e308", kInfinity, 1},
+        {"2e308", kInfinity, 1},
+        {"-1e5000", -kInfinity, 1},
+        {"1e99999999999999999999", kInfinity, 1},
+        {"2.2250738585072014e-308", 2.2250738585072014e-308, 0},
+        {"2.2250738585072011e-308", 2.2250738585072011e-308, 0},
+        {"1e-310", 1e-310, 0},
+        {"-4.9e-324", -4.9e-324, 0},
+        {"2e-324", 0.0, 0},
+        {"-1e-5000", -0.0, 0},
+        {"1e-99999999999999999999", 0.0, 0},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.text);
+        int error = -1;
+        ExpectSame(ReadDouble(row.text, &error), row.value);
+        EXPECT_EQ(error, row.error);
     }
 }
 
