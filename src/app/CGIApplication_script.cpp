@@ -138,7 +138,10 @@ bool CGIApplication::LoadScript(File* file, TaggedFile* image, const String& nam
 
 bool CGIApplication::ReadImage(TaggedFile* image)
 {
-    return m_dictionary->Read(image) && m_system_variables->Read(image, kSystemVariables) &&
+    if (!m_dictionary->Read(image))
+        return false;
+    m_dictionary->SetPermanent();
+    return m_system_variables->Read(image, kSystemVariables) &&
            m_global_variables->Read(image, kGlobalVariables) && m_languages->Read() &&
            m_localized->Read(image) && m_segments->Read(image) && m_functions->Read(image);
 }

@@ -67,6 +67,11 @@ public:
     int Entry_Add(const char* text, int length) override;
     Dictionary* Clone() override { return new Dictionary(*this); }
 
+    bool IsPermanent() override { return m_is_permanent; }
+    // Promises that the dictionary lives until no variable is used any more, and is
+    // neither read again nor compressed.
+    void SetPermanent() { m_is_permanent = true; }
+
     // Folds all text into one block, so that strings lie within earlier ones where
     // they can. Indices stay; pointers got before are void.
     void Compress();
@@ -104,6 +109,7 @@ private:
     List<DictionaryDataBlock> m_blocks;          // owned
     DictionaryDataBlock* m_receiving = nullptr;  // block for additions, in m_blocks
     int m_flags = 0;
+    bool m_is_permanent = false;
     String m_error;
 };
 

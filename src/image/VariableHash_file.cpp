@@ -65,7 +65,8 @@ bool VariableHash::Read(TaggedFile* file)
     m_entries = entries;
     m_capacity = m_count = header.count;
     m_block = 0;  // the first block was the file's
-    m_chains.Swap(chains);
+    m_chains = m_chains->Unshared();
+    m_chains->Swap(chains);
     return true;
 }
 
@@ -79,12 +80,12 @@ bool VariableHash::Write(TaggedFile* file, int tag)
 
 bool VariableHash::Write(TaggedFile* file)
 {
-    if (!WriteBuckets(file, kRules, m_chains, m_count, &m_error))
+    if (!WriteBuckets(file, kRules, *m_chains, m_count, &m_error))
         return false;
     for (int slot = 0; slot < m_count; ++slot) {
         char record[kSlotSize];
         PutDword(record, m_entries[slot].dictionary_index);
-        PutDword(record + 4, m_chains.Next(slot));
+        PutDword(record + 4, m_chains->Next(slot));
         if (!WriteSection(file, record, kSlotSize, &m_error))
             return false;
     }

@@ -3,7 +3,7 @@
 #include "variables/Variable.h"
 
 AggregateElement::AggregateElement(const AggregateIndex& index)
-    : m_index(index), m_variable(new Variable)
+    : m_index(index), m_variable(Variable::New(nullptr, 0))
 {
 }
 

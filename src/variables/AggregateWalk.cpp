@@ -20,7 +20,7 @@ Variable* EmptyCopy(const Variable& source, bool immutable)
     const char* name = source.NameBytes(&length);
     if (immutable)
         return new ImmutableVariable(name, length, false);
-    return new Variable(name, length);
+    return Variable::New(name, length);
 }
 
 }  // namespace

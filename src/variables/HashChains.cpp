@@ -13,6 +13,16 @@ HashChains::~HashChains()
     free(m_next);
 }
 
+HashChains* HashChains::Unshared()
+{
+    if (m_uses == 1)
+        return this;
+    HashChains* copy = new HashChains(m_bits);
+    copy->CopyFrom(*this);
+    Release();
+    return copy;
+}
+
 void HashChains::CopyFrom(const HashChains& other)
 {
     HashChains copy(other.m_bits);

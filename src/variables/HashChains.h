@@ -18,6 +18,21 @@
 // Knows neither names nor what a slot holds; copying is by CopyFrom only.
 class HashChains {
 public:
+    // Chains on the heap that several tables share until one of them changes its own. Each
+    // holds one use: Share gives another, Release gives one back, and Unshared exchanges
+    // one for chains that nobody else uses.
+    HashChains* Share()
+    {
+        ++m_uses;
+        return this;
+    }
+    void Release()
+    {
+        if (--m_uses == 0)
+            delete this;
+    }
+    HashChains* Unshared();
+
     // 2 to the power of `bits` buckets; bits are taken modulo 32, as in files.
     explicit HashChains(int bits) : m_bits(bits) {}
     ~HashChains();
@@ -118,6 +133,7 @@ private:
     void MakeHeads(unsigned int places);
     void GrowHeads();
 
+    int m_uses = 1;
     int m_bits;
     int m_occupied = 0;
     int m_capacity = 0;

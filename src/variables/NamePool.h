@@ -18,6 +18,9 @@ public:
     // `text` ends at its NUL. Texts are not made unique.
     virtual int Entry_Add(const char* text, int length) = 0;
 
+    // Whether its texts outlive every variable of the process.
+    virtual bool IsPermanent() { return false; }
+
     // A pool with the same texts under the same indices that shares nothing with this
     // one. The caller's.
     virtual NamePool* Clone() = 0;

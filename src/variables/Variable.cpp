@@ -85,6 +85,20 @@ Variable::Variable(Variable&& source, int refcount)
 {
 }
 
+Variable* Variable::New(const char* name, int name_length)
+{
+    Variable* variable = new Variable(name, name_length);
+    variable->m_direct = true;
+    return variable;
+}
+
+Variable* Variable::New(const PermanentText& name)
+{
+    Variable* variable = new Variable(name);
+    variable->m_direct = true;
+    return variable;
+}
+
 Variable::~Variable()
 {
     delete std::exchange(m_elements, nullptr);
@@ -241,7 +255,13 @@ void Variable::GiveCountsBack(Variable* first)
 void Variable::End()
 {
     if (!m_elements && !m_link.target) {
-        delete this;
+        if (!m_direct) {
+            delete this;
+            return;
+        }
+        // Of this very class, without a virtual call.
+        this->Variable::~Variable();
+        operator delete(this, sizeof(Variable));
         return;
     }
     if (t_endings.is_active) {

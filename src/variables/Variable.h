@@ -1,6 +1,8 @@
 #ifndef ZEPH_VARIABLES_VARIABLE_H
 #define ZEPH_VARIABLES_VARIABLE_H
 
+#include <stddef.h>
+
 #include "variables/AggregateIndex.h"
 #include "variables/List.h"
 #include "variables/StringClass.h"
@@ -62,6 +64,16 @@ public:
     Variable(const char* name, int name_length, int value);
     // Takes the new[] array over.
     Variable(const char* name, int name_length, char* buffer, int length, int capacity);
+    // A variable of this very class, which the short ways of DirectValue may set. A name
+    // that is permanent is only pointed at.
+    static Variable* New(const char* name, int name_length);
+    static Variable* New(const PermanentText& name);
+
+    // Variables are made and ended all the time, so their memory is kept for the next one.
+    static void* operator new(size_t size);
+    static void* operator new(size_t, void* place) { return place; }
+    static void operator delete(void* memory, size_t size);
+
     // The name, and the value as by SetValue: of a reference, that of its target.
     Variable(const Variable& source);
     Variable& operator=(const Variable&) = delete;
@@ -220,9 +232,11 @@ protected:
     unsigned char m_aggregate = kAggregateNone;
     bool m_immutable = false;
     bool m_walked = false;  // a walk through its elements is under way
+    bool m_direct = false;  // DirectValue may set it
 
 private:
     friend class AggregateWalk;
+    friend class DirectValue;
 
     // Ends the object, or leaves that to an ending which is under way further up on the
     // machine's stack.

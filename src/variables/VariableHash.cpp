@@ -15,18 +15,18 @@ const int kGrowth = 512;
 }  // namespace
 
 VariableHash::VariableHash(NamePool* names, int bucket_bits, int block)
-    : m_names(names), m_chains(bucket_bits), m_block(block)
+    : m_names(names), m_chains(new HashChains(bucket_bits)), m_block(block)
 {
 }
 
 VariableHash::VariableHash(VariableHash& source)
-    : m_names(source.m_names), m_chains(source.m_chains.bits()), m_block(source.m_block)
+    : m_names(source.m_names), m_chains(source.m_chains->Share()), m_block(source.m_block)
 {
     CopySlots(source, false);
 }
 
 VariableHash::VariableHash(NamePool* names, VariableHash& source)
-    : m_names(names), m_chains(source.m_chains.bits()), m_block(source.m_block)
+    : m_names(names), m_chains(source.m_chains->Share()), m_block(source.m_block)
 {
     CopySlots(source, true);
 }
@@ -39,7 +39,6 @@ VariableHash::VariableHash(ZephApplication* application, NamePool* names, Variab
 
 void VariableHash::CopySlots(const VariableHash& source, bool keeps_versions)
 {
-    m_chains.CopyFrom(source.m_chains);
     m_capacity = m_count = source.m_count;
     if (m_count == 0)
         return;
@@ -61,6 +60,7 @@ VariableHash::~VariableHash()
 {
     Dump();
     free(m_entries);
+    m_chains->Release();
 }
 
 void VariableHash::Dump()
@@ -102,12 +102,13 @@ int VariableHash::Insert(int dictionary_index, const char* name, int length, Var
         dictionary_index = m_names->Entry_Add(name, length);
     if (!name)
         name = m_names->Entry(dictionary_index, &length);
+    m_chains = m_chains->Unshared();
     if (m_count == m_capacity)
         Grow();
     int slot = m_count;
     m_entries[slot] = {dictionary_index, Version(), variable};
     if (name)
-        LinkName(&m_chains, slot, name, length,
+        LinkName(m_chains, slot, name, length,
                  [this](int other, int* size) { return Name(other, size); });
     ++m_count;
     return slot;
@@ -118,7 +119,7 @@ void VariableHash::Grow()
     int capacity = m_capacity == 0 && m_block > 0 ? m_block : m_capacity + kGrowth;
     m_entries =
         static_cast<_VH_Entry*>(GrownMemory(m_entries, size_t(capacity), sizeof(_VH_Entry)));
-    m_chains.Grow(capacity);
+    m_chains->Grow(capacity);
     m_capacity = capacity;
 }
 
@@ -130,7 +131,7 @@ int VariableHash::Seek(int dictionary_index, const char* name, int length, _VH_E
         return -1;
     if (length < 0)
         length = int(strlen(name));
-    int slot = FindName(m_chains, m_count, name, length,
+    int slot = FindName(*m_chains, m_count, name, length,
                         [this](int other, int* size) { return Name(other, size); });
     if (slot < 0)
         return -1;
@@ -143,7 +144,7 @@ int VariableHash::SetVariable(const char* name, int length, const char* text, in
 {
     Variable* variable = nullptr;
     if (!Find(&variable, name, length, 1)) {
-        variable = new Variable(name, length);
+        variable = Variable::New(name, length);
         Insert(variable);
     }
     return variable->SetValue(text, text_length);
@@ -214,7 +215,8 @@ Variable* VariableHash::Index(int slot, int create)
     if (!entry.variable && create) {
         int length = 0;
         const char* name = Name(slot, &length);
-        entry.variable = new Variable(name, length);
+        entry.variable = name && m_names->IsPermanent() ? Variable::New(PermanentText{name, length})
+                                                        : Variable::New(name, length);
         entry.version = Version();
     }
     return entry.variable;

@@ -153,8 +153,8 @@ private:
     void CopySlots(const VariableHash& source, bool keeps_versions);
     void Grow();
 
-    NamePool* m_names;  // borrowed
-    HashChains m_chains;
+    NamePool* m_names;               // borrowed
+    HashChains* m_chains;            // one use; those of a copy are shared until it changes them
     _VH_Entry* m_entries = nullptr;  // owned
     int m_capacity = 0;
     int m_count = 0;

@@ -57,7 +57,7 @@ Variable* VariableHashView::Index(int slot, int create)
         return nullptr;
     int length;
     const char* name = Name(slot, &length);
-    Variable* variable = new Variable(name, length);
+    Variable* variable = Variable::New(name, length);
     entry->version = m_target->Insert(variable);
     return variable;
 }

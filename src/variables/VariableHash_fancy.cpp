@@ -82,7 +82,7 @@ int VariableHash::LookupVariable_Fancy(Variable** out, const char* text, int len
     Variable* variable = nullptr;
     Find(&variable, text, int(at - text), create);
     if (!variable && create) {
-        variable = new Variable(text, int(at - text));
+        variable = Variable::New(text, int(at - text));
         Insert(variable);
     }
     while (variable && at != end) {

@@ -193,4 +193,24 @@ TEST(HashChains, SwappedTablesGrowOn)
     ExpectHeads(one, 30);
 }
 
+TEST(HashChains, AreSharedUntilOneOfTheUsersChangesItsOwn)
+{
+    HashChains* first = new HashChains(4);
+    first->Grow(8);
+    first->SetHead(3, 5);
+    HashChains* second = first->Share();
+    EXPECT_EQ(second, first);
+    second = second->Unshared();
+    ASSERT_NE(second, first);
+    second->SetHead(3, 6);
+    second->SetNext(6, 2);
+    EXPECT_EQ(first->Head(3), 5);
+    EXPECT_EQ(first->Next(6), -1);
+    EXPECT_EQ(second->Head(3), 6);
+    EXPECT_EQ(first->Unshared(), first);
+    first->Release();
+    EXPECT_EQ(second->Next(6), 2);
+    second->Release();
+}
+
 }  // namespace

@@ -23,8 +23,11 @@ public:
         m_texts.emplace_back(text, length < 0 ? strlen(text) : size_t(length));
         return int(m_texts.size()) - 1;
     }
+    bool IsPermanent() override { return is_permanent; }
     Names* Clone() override { return new Names(*this); }
     size_t size() const { return m_texts.size(); }
+
+    bool is_permanent = false;
 
 private:
     std::vector<std::string> m_texts;

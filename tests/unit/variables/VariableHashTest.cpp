@@ -24,6 +24,36 @@ TEST(VariableHash, AVariableIsMadeWhenItsSlotIsFirstTouched)
     EXPECT_EQ(hash.Index(slot, 0), made);
 }
 
+TEST(VariableHash, AVariableOfASlotPointsAtAPermanentName)
+{
+    Names names;
+    VariableHash hash(&names, 12, 512);
+    int copied = hash.Insert("copied", -1);
+    int borrowed = hash.Insert("borrowed", -1);
+    int length;
+    EXPECT_NE(hash.Index(copied, 1)->NameBytes(&length), hash.Name(copied, &length));
+    names.is_permanent = true;
+    EXPECT_EQ(hash.Index(borrowed, 1)->NameBytes(&length), hash.Name(borrowed, &length));
+    EXPECT_EQ(NameOf(*hash.Index(borrowed, 0)), "borrowed");
+    EXPECT_EQ(NameOf(*hash.Index(hash.Insert(-2), 1)), "");
+}
+
+TEST(VariableHash, ACopyFollowsItsOwnInsertionsAlone)
+{
+    Names names;
+    VariableHash source(&names, 4, 8);
+    source.Insert("one", -1);
+    VariableHash copy(source);
+    source.Insert("two", -1);
+    copy.Insert("three", -1);
+    EXPECT_EQ(source.Seek(-1, "one", -1, nullptr), 0);
+    EXPECT_EQ(copy.Seek(-1, "one", -1, nullptr), 0);
+    EXPECT_EQ(source.Seek(-1, "two", -1, nullptr), 1);
+    EXPECT_EQ(copy.Seek(-1, "two", -1, nullptr), -1);
+    EXPECT_EQ(copy.Seek(-1, "three", -1, nullptr), 1);
+    EXPECT_EQ(source.Seek(-1, "three", -1, nullptr), -1);
+}
+
 TEST(VariableHash, ASlotOutOfRangeHasNoVariable)
 {
     Names names;
