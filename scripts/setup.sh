@@ -12,9 +12,9 @@ packages_for() {
     case $1 in
         build) echo "g++ cmake ninja-build" ;;
         serve) echo "lighttpd" ;;
-        test)  echo "libgtest-dev libcrypt-dev python3 lighttpd" ;;
+        test)  echo "libgtest-dev libcrypt-dev libbenchmark-dev python3 lighttpd" ;;
         fuzz)  echo "clang libclang-rt-14-dev" ;;
-        bench) echo "python3 lighttpd wrk php-cgi lua5.4 perl valgrind" ;;
+        bench) echo "python3 lighttpd wrk php-cgi php-cli lua5.4 perl valgrind libbenchmark-dev" ;;
         *)     fail "setup.sh knows build, serve, test, fuzz and bench, not '$1'" ;;
     esac
 }

@@ -85,6 +85,16 @@ char* ZephApplication::itos(int value, int* length, int* capacity)
     return ::itos(value, length, capacity);
 }
 
+char* ZephApplication::dtos(double value, int* length, int* capacity, int precision)
+{
+    return ::dtos(value, length, capacity, precision);
+}
+
+double ZephApplication::stod(const char* text, int length, int capacity, int* error)
+{
+    return ::stod(text, length, capacity, error);
+}
+
 int ZephApplication::stoi(const char* text, int length, int* error)
 {
     return ::stoi(text, length, error);

@@ -111,7 +111,9 @@ public:
 
     // The plain functions of the floors below, for whoever holds an application.
     static char* itos(int value, int* length, int* capacity);
+    static char* dtos(double value, int* length, int* capacity, int precision);
     static int stoi(const char* text, int length, int* error);
+    static double stod(const char* text, int length, int capacity, int* error);
     static char* EncodeEntities(const char* text, int length, int* out_length, int* out_capacity);
     static char* DecodeEntities(const char* text, int length, int* out_length, int* out_capacity);
     static char* EncodeAttribute(const char* text, int length, int* out_length, int* out_capacity);

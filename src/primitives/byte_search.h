@@ -53,9 +53,16 @@ public:
     {
         int at = 0;
         for (; at <= m_positions - kBlock; at += kBlock) {
-            if (!MayMatch(at))
+            if (!IsAny(Block(at)))
                 continue;
             int found = FirstIn(at, at + kBlock);
+            if (found >= 0)
+                return found;
+        }
+        for (; at <= m_positions - kVector; at += kVector) {
+            if (!IsAny(Ends(at)))
+                continue;
+            int found = FirstIn(at, at + kVector);
             if (found >= 0)
                 return found;
         }
@@ -67,7 +74,7 @@ public:
     {
         int end = m_positions;
         for (; end >= kBlock; end -= kBlock) {
-            if (!MayMatch(end - kBlock))
+            if (!IsAny(Block(end - kBlock)))
                 continue;
             int found = LastIn(end - kBlock, end);
             if (found >= 0)
@@ -102,13 +109,15 @@ private:
         }
         return fits_first & fits_last;
     }
-    // False if the needle is at none of the positions of a block.
-    bool MayMatch(int at) const
+    // The same, put together for the four vectors of a block.
+    Vector Block(int at) const
     {
-        Vector any =
-            Ends(at) | Ends(at + kVector) | Ends(at + 2 * kVector) | Ends(at + 3 * kVector);
+        return Ends(at) | Ends(at + kVector) | Ends(at + 2 * kVector) | Ends(at + 3 * kVector);
+    }
+    static bool IsAny(Vector vector)
+    {
         unsigned long long halves[2];
-        memcpy(halves, &any, sizeof halves);
+        memcpy(halves, &vector, sizeof halves);
         return (halves[0] | halves[1]) != 0;
     }
 

@@ -241,6 +241,7 @@ private:
     // Ends the object, or leaves that to an ending which is under way further up on the
     // machine's stack.
     void End();
+    void ConvertDoubleToText();
     void CopyScalar(Variable& source);
     void CopyText(Variable& source);
     void CopyPreferred(Variable& source);

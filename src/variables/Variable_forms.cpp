@@ -3,6 +3,7 @@
 #include <limits.h>
 
 #include "primitives/conversions.h"
+#include "primitives/number_text.h"
 #include "variables/AggregateWalk.h"
 
 const String& Variable::value()
@@ -95,17 +96,28 @@ bool Variable::IsTrue(const char* text, int length)
 
 void Variable::Convert_String()
 {
-    int length, capacity;
     if (m_valid & kDoubleValid) {
-        char* text = dtos(m_real, &length, &capacity, -1);
-        m_value.assign_nocopy(text, length, capacity);
+        ConvertDoubleToText();
     } else if (m_valid & kIntegerValid) {
-        char* text = itos(m_integer, &length, &capacity);
-        m_value.assign_nocopy(text, length, capacity);
+        char text[kIntegerRoom];
+        m_value.assign(text, FormatInteger(m_integer, text));
     } else {
         ClearText();
     }
     m_valid |= kTextValid;
+}
+
+// A short text goes into the storage that is there.
+void Variable::ConvertDoubleToText()
+{
+    if (HasShortText(m_real)) {
+        char text[kShortDoubleRoom];
+        m_value.assign(text, FormatShortest(m_real, text));
+        return;
+    }
+    int length, capacity;
+    char* text = dtos(m_real, &length, &capacity, -1);
+    m_value.assign_nocopy(text, length, capacity);
 }
 
 void Variable::Convert_Integer()
