@@ -4,10 +4,7 @@
 //   bench_values [--benchmark_filter=REGEX] [--benchmark_repetitions=N] ...
 //
 // A case that ends in _library is the peer of the one before it. Only the ratio of the two
-// counts. A case runs alone under callgrind, which counts its instructions:
-//
-//   valgrind --tool=callgrind --toggle-collect='*Array_InOrder*'  bench_values
-//   --benchmark_filter='^Array_InOrder$' --benchmark_min_time=0.001
+// counts; bench/count_values.py counts the instructions of each.
 
 #include <benchmark/benchmark.h>
 
@@ -26,7 +23,17 @@
 #include "variables/Variable.h"
 #include "variables/VariableHash.h"
 
+// A case of the benchmark. With BENCH_ROUNDS in the environment it runs exactly as often,
+// for whoever counts its instructions.
+#define ZEPH_CASE(name) BENCHMARK(name)->Apply(SetRounds)
+
 namespace {
+
+void SetRounds(benchmark::internal::Benchmark* registered)
+{
+    if (const char* rounds = getenv("BENCH_ROUNDS"))
+        registered->Iterations(atoi(rounds));
+}
 
 using benchmark::DoNotOptimize;
 using benchmark::State;
@@ -60,7 +67,7 @@ void Variable_MakeAndDrop(State& state)
         variable->DecRefCount();
     }
 }
-BENCHMARK(Variable_MakeAndDrop);
+ZEPH_CASE(Variable_MakeAndDrop);
 
 struct LibraryValue {
     std::string name;
@@ -76,7 +83,7 @@ void Variable_MakeAndDrop_library(State& state)
         delete value;
     }
 }
-BENCHMARK(Variable_MakeAndDrop_library);
+ZEPH_CASE(Variable_MakeAndDrop_library);
 
 void Variable_SetInteger(State& state)
 {
@@ -87,7 +94,7 @@ void Variable_SetInteger(State& state)
         DoNotOptimize(&variable);
     }
 }
-BENCHMARK(Variable_SetInteger);
+ZEPH_CASE(Variable_SetInteger);
 
 void Variable_SetText(State& state)
 {
@@ -97,7 +104,7 @@ void Variable_SetText(State& state)
         DoNotOptimize(&variable);
     }
 }
-BENCHMARK(Variable_SetText);
+ZEPH_CASE(Variable_SetText);
 
 void Variable_SetText_library(State& state)
 {
@@ -107,7 +114,7 @@ void Variable_SetText_library(State& state)
         DoNotOptimize(text.data());
     }
 }
-BENCHMARK(Variable_SetText_library);
+ZEPH_CASE(Variable_SetText_library);
 
 void Variable_IntegerToText(State& state)
 {
@@ -118,7 +125,7 @@ void Variable_IntegerToText(State& state)
         DoNotOptimize(variable.value().data());
     }
 }
-BENCHMARK(Variable_IntegerToText);
+ZEPH_CASE(Variable_IntegerToText);
 
 void Variable_IntegerToText_library(State& state)
 {
@@ -128,7 +135,7 @@ void Variable_IntegerToText_library(State& state)
         DoNotOptimize(text.data());
     }
 }
-BENCHMARK(Variable_IntegerToText_library);
+ZEPH_CASE(Variable_IntegerToText_library);
 
 void Variable_TextToInteger(State& state)
 {
@@ -138,7 +145,7 @@ void Variable_TextToInteger(State& state)
         DoNotOptimize(variable.value_integer());
     }
 }
-BENCHMARK(Variable_TextToInteger);
+ZEPH_CASE(Variable_TextToInteger);
 
 void Variable_TextToInteger_library(State& state)
 {
@@ -148,7 +155,7 @@ void Variable_TextToInteger_library(State& state)
         DoNotOptimize(strtol(text.c_str(), nullptr, 10));
     }
 }
-BENCHMARK(Variable_TextToInteger_library);
+ZEPH_CASE(Variable_TextToInteger_library);
 
 void Variable_DoubleToTextAndBack(State& state)
 {
@@ -162,7 +169,7 @@ void Variable_DoubleToTextAndBack(State& state)
         DoNotOptimize(read.value_double());
     }
 }
-BENCHMARK(Variable_DoubleToTextAndBack);
+ZEPH_CASE(Variable_DoubleToTextAndBack);
 
 // ---- Text buffers
 
@@ -176,7 +183,7 @@ void LinkBuffer_Append(State& state)
     }
     state.SetItemsProcessed(state.iterations() * 1000);
 }
-BENCHMARK(LinkBuffer_Append);
+ZEPH_CASE(LinkBuffer_Append);
 
 void LinkBuffer_Append_library(State& state)
 {
@@ -188,7 +195,7 @@ void LinkBuffer_Append_library(State& state)
     }
     state.SetItemsProcessed(state.iterations() * 1000);
 }
-BENCHMARK(LinkBuffer_Append_library);
+ZEPH_CASE(LinkBuffer_Append_library);
 
 // ---- Tables of names
 
@@ -215,7 +222,7 @@ void Table_Find(State& state)
         DoNotOptimize(table.Find(&found, name.data(), int(name.size()), 0));
     }
 }
-BENCHMARK(Table_Find);
+ZEPH_CASE(Table_Find);
 
 void Table_Find_library(State& state)
 {
@@ -230,7 +237,7 @@ void Table_Find_library(State& state)
         DoNotOptimize(table.find(name));
     }
 }
-BENCHMARK(Table_Find_library);
+ZEPH_CASE(Table_Find_library);
 
 void Table_VariableOfSlot(State& state)
 {
@@ -245,7 +252,7 @@ void Table_VariableOfSlot(State& state)
     }
     state.SetItemsProcessed(state.iterations() * kNames);
 }
-BENCHMARK(Table_VariableOfSlot);
+ZEPH_CASE(Table_VariableOfSlot);
 
 // ---- Aggregates
 
@@ -264,7 +271,7 @@ void Array_Append(State& state)
     }
     state.SetItemsProcessed(state.iterations() * kElements);
 }
-BENCHMARK(Array_Append);
+ZEPH_CASE(Array_Append);
 
 void Array_Append_library(State& state)
 {
@@ -276,7 +283,7 @@ void Array_Append_library(State& state)
     }
     state.SetItemsProcessed(state.iterations() * kElements);
 }
-BENCHMARK(Array_Append_library);
+ZEPH_CASE(Array_Append_library);
 
 void Array_InOrder(State& state)
 {
@@ -290,7 +297,7 @@ void Array_InOrder(State& state)
     }
     state.SetItemsProcessed(state.iterations() * kElements);
 }
-BENCHMARK(Array_InOrder);
+ZEPH_CASE(Array_InOrder);
 
 std::map<int, LibraryValue> LibraryArray()
 {
@@ -311,7 +318,7 @@ void Array_InOrder_library(State& state)
     }
     state.SetItemsProcessed(state.iterations() * kElements);
 }
-BENCHMARK(Array_InOrder_library);
+ZEPH_CASE(Array_InOrder_library);
 
 void Array_Random(State& state)
 {
@@ -326,7 +333,7 @@ void Array_Random(State& state)
     }
     state.SetItemsProcessed(state.iterations() * kElements);
 }
-BENCHMARK(Array_Random);
+ZEPH_CASE(Array_Random);
 
 void Array_Random_library(State& state)
 {
@@ -340,7 +347,7 @@ void Array_Random_library(State& state)
     }
     state.SetItemsProcessed(state.iterations() * kElements);
 }
-BENCHMARK(Array_Random_library);
+ZEPH_CASE(Array_Random_library);
 
 void Array_WalkByNext(State& state)
 {
@@ -354,7 +361,7 @@ void Array_WalkByNext(State& state)
     }
     state.SetItemsProcessed(state.iterations() * kElements);
 }
-BENCHMARK(Array_WalkByNext);
+ZEPH_CASE(Array_WalkByNext);
 
 void Array_Sparse(State& state)
 {
@@ -369,7 +376,7 @@ void Array_Sparse(State& state)
     }
     state.SetItemsProcessed(state.iterations() * kElements);
 }
-BENCHMARK(Array_Sparse);
+ZEPH_CASE(Array_Sparse);
 
 const char* const kMembers[] = {"id", "name", "street", "zip", "city", "country", "phone", "email"};
 
@@ -386,7 +393,7 @@ void Structure_Member(State& state)
     }
     state.SetItemsProcessed(state.iterations() * 8);
 }
-BENCHMARK(Structure_Member);
+ZEPH_CASE(Structure_Member);
 
 void Structure_Member_library(State& state)
 {
@@ -401,7 +408,7 @@ void Structure_Member_library(State& state)
     }
     state.SetItemsProcessed(state.iterations() * 8);
 }
-BENCHMARK(Structure_Member_library);
+ZEPH_CASE(Structure_Member_library);
 
 void Array_Copy(State& state)
 {
@@ -413,7 +420,7 @@ void Array_Copy(State& state)
     }
     state.SetItemsProcessed(state.iterations() * kElements);
 }
-BENCHMARK(Array_Copy);
+ZEPH_CASE(Array_Copy);
 
 // ---- Searches of a text of 64 KB, whose only match is at its end
 
@@ -447,43 +454,43 @@ void Search_Byte(State& state)
 {
     Search(state, bm_search, "N");
 }
-BENCHMARK(Search_Byte);
+ZEPH_CASE(Search_Byte);
 
 void Search_Byte_library(State& state)
 {
     Search(state, LibrarySearch, "N");
 }
-BENCHMARK(Search_Byte_library);
+ZEPH_CASE(Search_Byte_library);
 
 void Search_Word(State& state)
 {
     Search(state, bm_search, "in it");
 }
-BENCHMARK(Search_Word);
+ZEPH_CASE(Search_Word);
 
 void Search_BruteForce(State& state)
 {
     Search(state, bf_search, "in it");
 }
-BENCHMARK(Search_BruteForce);
+ZEPH_CASE(Search_BruteForce);
 
 void Search_Word_library(State& state)
 {
     Search(state, LibrarySearch, "in it");
 }
-BENCHMARK(Search_Word_library);
+ZEPH_CASE(Search_Word_library);
 
 void Search_IgnoringCase(State& state)
 {
     Search(state, bm_searchi, "IN IT");
 }
-BENCHMARK(Search_IgnoringCase);
+ZEPH_CASE(Search_IgnoringCase);
 
 void Search_Reverse(State& state)
 {
     Search(state, bm_search_reverse, "Nowhere");
 }
-BENCHMARK(Search_Reverse);
+ZEPH_CASE(Search_Reverse);
 
 }  // namespace
 

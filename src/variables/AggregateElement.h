@@ -2,6 +2,7 @@
 #define ZEPH_VARIABLES_AGGREGATEELEMENT_H
 
 #include "variables/AggregateIndex.h"
+#include "variables/KeptMemory.h"
 
 class Variable;
 
@@ -15,6 +16,12 @@ public:
     // With a copy of the variable and of all below it.
     AggregateElement(const AggregateElement& other);
     AggregateElement& operator=(const AggregateElement&) = delete;
+
+    static void* operator new(size_t size) { return KeptMemory<AggregateElement>::Take(size); }
+    static void operator delete(void* memory, size_t size)
+    {
+        KeptMemory<AggregateElement>::Give(memory, size);
+    }
 
     // The order of these is binary interface.
 

@@ -44,6 +44,13 @@ AggregateElement* ElementRun::AtOrInFrontOf(long long number) const
 
 bool ElementRun::Put(int number, AggregateElement* element)
 {
+    // Mostly what follows the last element.
+    if (m_count > 0 && (long long)number == (long long)m_first + m_span &&
+        m_begin + m_span < m_capacity) {
+        m_slots[m_begin + m_span++] = element;
+        ++m_count;
+        return true;
+    }
     if (m_count == 0) {
         if (!MakeRoom(0, 1))
             return false;

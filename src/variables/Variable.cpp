@@ -6,6 +6,7 @@
 #include "variables/AggregateElementTree.h"
 #include "variables/AggregateWalk.h"
 #include "variables/CallbackVariable.h"
+#include "variables/KeptMemory.h"
 #include "variables/ReferenceVariable.h"
 
 namespace {
@@ -83,6 +84,16 @@ Variable::Variable(Variable&& source, int refcount)
       m_aggregate(source.m_aggregate),
       m_walked(source.m_walked)
 {
+}
+
+void* Variable::operator new(size_t size)
+{
+    return KeptMemory<Variable>::Take(size);
+}
+
+void Variable::operator delete(void* memory, size_t size)
+{
+    KeptMemory<Variable>::Give(memory, size);
 }
 
 Variable* Variable::New(const char* name, int name_length)

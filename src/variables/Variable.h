@@ -246,7 +246,9 @@ private:
     void CopyText(Variable& source);
     void CopyPreferred(Variable& source);
     void CopyForms(Variable& source);
-    Variable* NewElement(const AggregateIndex& new_index);
+    Variable* NewElement(const AggregateIndex& index);
+    Variable* NewFirstElement(AggregateIndex index);
+    Variable* AddElement(const AggregateIndex& index);
     int SetFirstElement(AggregateIndex index, Variable* variable);
     bool Pick(AggregateElement* element, AggregateElementTree* to);
     void PutElement(long long number, Variable* variable, bool copy);

@@ -5,7 +5,7 @@
 #include <new>
 #include <utility>
 
-VariableName::VariableName(const VariableName& other)
+void VariableName::Copy(const VariableName& other)
 {
     int length;
     if (other.m_form == kPermanent) {

@@ -19,7 +19,11 @@ public:
     // A length of -1 means that the text ends at its NUL.
     VariableName(const char* text, int length) { Set(text, length); }
     explicit VariableName(const PermanentText& text) { Set(text); }
-    VariableName(const VariableName& other);
+    VariableName(const VariableName& other)
+    {
+        if (other.m_form != 0)
+            Copy(other);
+    }
     VariableName(VariableName&& other) noexcept;
     VariableName& operator=(const VariableName&) = delete;
     ~VariableName() { Clear(); }
@@ -53,6 +57,7 @@ private:
     String* string();
     const String* string() const { return const_cast<VariableName*>(this)->string(); }
     PermanentText permanent() const;
+    void Copy(const VariableName& other);
     void Set(const char* text, int length);
     void Set(const PermanentText& text);
     void Clear()

@@ -51,11 +51,20 @@ Variable* Variable::Element(const AggregateIndex& index, int create)
     return create ? NewElement(index) : nullptr;
 }
 
-Variable* Variable::NewElement(const AggregateIndex& new_index)
+Variable* Variable::NewElement(const AggregateIndex& index)
 {
-    // The given one may end with the elements that are dropped.
-    AggregateIndex index(new_index);
+    return m_aggregate == index.type() ? AddElement(index) : NewFirstElement(index);
+}
+
+// Takes a copy of the index, since the original may end with the elements that are dropped.
+Variable* Variable::NewFirstElement(AggregateIndex index)
+{
     Variable::Convert_Aggregate(index.type());
+    return AddElement(index);
+}
+
+Variable* Variable::AddElement(const AggregateIndex& index)
+{
     if (!m_immutable) {
         AggregateElement* element = new AggregateElement(index);
         m_elements->Insert(element);
@@ -88,7 +97,7 @@ int Variable::SetElement(const AggregateIndex& index, Variable* variable)
     return 1;
 }
 
-// Takes a copy of the index, since the original may end with the elements that are dropped.
+// Takes a copy of the index as well.
 int Variable::SetFirstElement(AggregateIndex index, Variable* variable)
 {
     Convert_Aggregate(index.type());
