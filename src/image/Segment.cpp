@@ -4,6 +4,7 @@
 #include <stdlib.h>
 #include <string.h>
 
+#include "image/PreparedCode.h"
 #include "image/TaggedFile.h"
 #include "image/little_endian.h"
 #include "variables/allocation.h"
@@ -53,7 +54,15 @@ Segment::Segment(Segment& source)
 
 Segment::~Segment()
 {
+    delete m_prepared;
     free(m_code);
+}
+
+void Segment::SetPrepared(PreparedCode* prepared)
+{
+    if (prepared != m_prepared)
+        delete m_prepared;
+    m_prepared = prepared;
 }
 
 const char* Segment::Readable(int position, int width) const
@@ -101,6 +110,7 @@ char* Segment::Writable(int position, int width)
 {
     if (position < 0 || position > kLargest - width)
         return nullptr;
+    SetPrepared(nullptr);
     int end = position + width;
     if (end >= m_capacity)
         Grow(end);
@@ -152,6 +162,7 @@ void Segment::Grow(int wanted)
     int capacity = (wanted / kBlock + (wanted % kBlock != 0)) * kBlock;
     if (capacity <= m_capacity)
         return;
+    SetPrepared(nullptr);
     m_code = static_cast<char*>(GrownMemory(m_code, size_t(capacity) + kSpareBytes, 1));
     memset(m_code + m_capacity, 0, size_t(capacity - m_capacity) + kSpareBytes);
     m_capacity = capacity;

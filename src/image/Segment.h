@@ -1,6 +1,7 @@
 #ifndef ZEPH_IMAGE_SEGMENT_H
 #define ZEPH_IMAGE_SEGMENT_H
 
+class PreparedCode;
 class TaggedFile;
 
 // One run of code: the instruction bytes and nothing else, for code holds no
@@ -55,6 +56,11 @@ public:
     // can have.
     void Grow(int wanted);
 
+    // What a machine has made of the code, null for nothing yet; it belongs to the segment
+    // and ends with any change of the code.
+    PreparedCode* prepared() const { return m_prepared; }
+    void SetPrepared(PreparedCode* prepared);
+
     // Writes the bytes that count into the open section.
     bool Write(TaggedFile* file) const;
 
@@ -66,6 +72,7 @@ private:
     char* m_code;  // owned, m_capacity + kSpareBytes long
     int m_capacity;
     int m_size;
+    PreparedCode* m_prepared = nullptr;  // owned
 };
 
 #endif

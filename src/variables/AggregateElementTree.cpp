@@ -18,6 +18,7 @@ bool AggregateElementTree::PutIntoRun(AggregateElement* element)
 
 void AggregateElementTree::Insert(AggregateElement* element)
 {
+    m_stamp = NewStamp();
     if (PutIntoRun(element))
         return;
     MoveToTree();
@@ -26,6 +27,7 @@ void AggregateElementTree::Insert(AggregateElement* element)
 
 void AggregateElementTree::Append(AggregateElement* element)
 {
+    m_stamp = NewStamp();
     if (PutIntoRun(element))
         return;
     MoveToTree();
@@ -40,6 +42,7 @@ void AggregateElementTree::MoveToTree()
 
 AggregateElement* AggregateElementTree::Remove(const AggregateIndex& index)
 {
+    m_stamp = NewStamp();
     if (!IsRun())
         return SplayTree::Remove(index);
     AggregateElement* element = index.number() < 0 ? nullptr : m_run.Take(index.number());
@@ -75,6 +78,7 @@ AggregateElement* AggregateElementTree::Last()
 // The run is empty before the first element ends: what ends with it may look here.
 void AggregateElementTree::Dump()
 {
+    m_stamp = NewStamp();
     ElementRun ending;
     ending.Swap(m_run);
     if (is_owner())

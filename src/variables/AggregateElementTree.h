@@ -59,6 +59,15 @@ public:
     // Numbers the elements from 1 on, in order, and returns their count.
     int Collapse();
 
+    // The element of a number, as by Find.
+    AggregateElement* At(int number)
+    {
+        return IsRun() ? m_run.At(number) : SplayTree::Find(AggregateIndex(number));
+    }
+    // A number that no other tree has, and that changes with every element that comes or
+    // goes: whoever keeps an element can tell by it whether it is still there.
+    unsigned long long stamp() const { return m_stamp; }
+
 private:
     bool IsRun() const { return m_run.Entries() > 0; }
     AggregateElement* InRun(const AggregateIndex& index) const
@@ -68,7 +77,14 @@ private:
     bool PutIntoRun(AggregateElement* element);
     void MoveToTree();
 
+    static unsigned long long NewStamp()
+    {
+        static unsigned long long s_last;
+        return ++s_last;
+    }
+
     ElementRun m_run;  // empty while the nodes hold the elements
+    unsigned long long m_stamp = NewStamp();
 };
 
 #endif

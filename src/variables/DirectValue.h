@@ -1,6 +1,7 @@
 #ifndef ZEPH_VARIABLES_DIRECTVALUE_H
 #define ZEPH_VARIABLES_DIRECTVALUE_H
 
+#include "variables/AggregateElementTree.h"
 #include "variables/Variable.h"
 
 // Short ways to a variable for the machine's inner loop, which cannot afford a virtual call
@@ -66,6 +67,65 @@ public:
         variable->m_valid = Variable::kIntegerValid;
         variable->m_primary = Variable::kInteger;
         return true;
+    }
+
+    // SetValue() of a text and, for numbers alone, of another variable.
+    static bool SetText(Variable* variable, const char* text, int length)
+    {
+        if (!variable->m_direct || variable->m_elements)
+            return false;
+        variable->m_value.assign(text, length);
+        variable->SetForm(Variable::kTextValid, Variable::kText);
+        return true;
+    }
+    static bool CopyNumber(Variable* variable, const Variable* source)
+    {
+        if (!variable->m_direct || variable->m_elements || !source->m_direct ||
+            source->m_elements || source->m_valid == 0 || source->m_valid & Variable::kTextValid)
+            return false;
+        variable->m_real = source->m_real;
+        variable->m_integer = source->m_integer;
+        variable->m_valid = source->m_valid;
+        variable->m_primary = source->m_primary;
+        return true;
+    }
+
+    // Whether it is a scalar of the class Variable itself.
+    static bool IsPlainScalar(const Variable* variable)
+    {
+        return variable->m_direct && !variable->m_elements;
+    }
+    // Sets a plain scalar to its own text and another one, which is not its own, behind it.
+    // It costs no more than the bytes that are added.
+    static void Append(Variable* variable, const char* text, int length)
+    {
+        variable->Variable::value();
+        variable->m_value.Append(text, length);
+        variable->SetForm(Variable::kTextValid, Variable::kText);
+    }
+
+    // Element() of a number above 0, for a variable of the class itself that is an array:
+    // null if there is none. The second form makes it, and the array too.
+    static Variable* Element(Variable* variable, int number)
+    {
+        if (!variable->m_direct || variable->m_aggregate != kAggregateArray || number < 1)
+            return nullptr;
+        AggregateElement* element = variable->m_elements->At(number);
+        return element ? element->var() : nullptr;
+    }
+    static Variable* MadeElement(Variable* variable, int number)
+    {
+        if (Variable* element = Element(variable, number))
+            return element;
+        if (!variable->m_direct || number < 1)
+            return nullptr;
+        return variable->Variable::Element(AggregateIndex(number), 1);
+    }
+    // The members of a structure of the class itself, else null.
+    static AggregateElementTree* Members(const Variable* variable)
+    {
+        bool is_structure = variable->m_direct && variable->m_aggregate == kAggregateStructure;
+        return is_structure ? variable->m_elements : nullptr;
     }
 
     // IncRefCount() and DecRefCount(), always done.

@@ -122,6 +122,20 @@ void String::cat(const char* text, int length)
     m_data[m_length] = 0;
 }
 
+void String::Append(const char* text, int length)
+{
+    length = InputLength(text, length);
+    long long sum = (long long)m_length + length;
+    if (sum < m_capacity) {
+        cat(text, length);
+        return;
+    }
+    int capacity = CapacityFor(sum);
+    if (capacity < INT_MAX / 2)
+        capacity *= 2;
+    Join(capacity, m_data, m_length, text, length);
+}
+
 void String::cat(char c)
 {
     // One byte more than needed is asked for, and growth is by a single step: the

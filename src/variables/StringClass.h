@@ -41,6 +41,9 @@ public:
     void cat(const char* text, int length = -1);
     // Grows by 24 bytes at a time: long texts are built in a LinkBuffer.
     void cat(char c);
+    // The same as cat, but growth doubles the capacity, so that as many additions as one
+    // likes cost no more than their bytes.
+    void Append(const char* text, int length);
     void cat(const String& text) { cat(text.m_data, text.m_length); }
     // Both move the text to a new array, whose capacity stays if it is large enough.
     void prepend(const char* text, int length = -1);

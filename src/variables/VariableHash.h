@@ -126,6 +126,11 @@ public:
 
     // Releases all variables and keeps the slots.
     void Dump();
+    // The variable of a slot, if this very table holds one; inline for the machine's loop.
+    Variable* Made(int slot) const
+    {
+        return unsigned(slot) < unsigned(m_count) ? m_entries[slot].variable : nullptr;
+    }
 
     // The name of a slot, counted; null for none.
     const char* Name(int slot, int* length);

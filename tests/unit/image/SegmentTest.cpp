@@ -5,6 +5,8 @@
 
 #include <string>
 
+#include "image/PreparedCode.h"
+
 namespace {
 
 TEST(Segment, NewOneIsEmptyAndZero)
@@ -142,3 +144,35 @@ TEST(Segment, CopySharesNothing)
 }
 
 }  // namespace
+
+namespace {
+
+struct Prepared : PreparedCode {
+    explicit Prepared(int* count) : ended(count) {}
+    ~Prepared() override { ++*ended; }
+    int* ended;
+};
+
+}  // namespace
+
+TEST(Segment, WhatWasPreparedEndsWithTheCodeThatItWasMadeOf)
+{
+    int ended = 0;
+    {
+        Segment segment(0);
+        segment.Write_Byte(0, 1);
+        segment.SetPrepared(new Prepared(&ended));
+        segment.Write_Dword(100, 5);
+        EXPECT_EQ(ended, 1);
+        EXPECT_EQ(segment.prepared(), nullptr);
+        Prepared* prepared = new Prepared(&ended);
+        segment.SetPrepared(prepared);
+        segment.SetPrepared(prepared);
+        Segment copy(segment);
+        EXPECT_EQ(copy.prepared(), nullptr);
+        segment.Grow(100000);
+        EXPECT_EQ(ended, 2);
+        segment.SetPrepared(new Prepared(&ended));
+    }
+    EXPECT_EQ(ended, 3);
+}

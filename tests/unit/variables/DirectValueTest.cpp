@@ -145,6 +145,94 @@ TEST(DirectValue, SetsOnlyWhatIsOfThePlainClass)
     EXPECT_FALSE(DirectValue::SetDouble(other.get(), 2));
 }
 
+TEST(DirectValue, CopiesNumbersOfPlainVariablesOnly)
+{
+    int row = 0;
+    for (const auto& make : Makers()) {
+        SCOPED_TRACE(row++);
+        Held source = make();
+        Held a(Variable::New("a", 1));
+        Held b(Variable::New("b", 1));
+        a->SetValue("before", 6);
+        if (DirectValue::CopyNumber(a.get(), source.get())) {
+            b->SetValue(*make());
+            EXPECT_EQ(ValueOf(*a), ValueOf(*b));
+            EXPECT_EQ(a->primary_type(), b->primary_type());
+        } else {
+            EXPECT_EQ(ValueOf(*a), "before");
+        }
+    }
+}
+
+TEST(DirectValue, AppendsToAnyPlainScalar)
+{
+    int row = 0;
+    for (const auto& make : Makers()) {
+        SCOPED_TRACE(row++);
+        Held v = make();
+        if (!DirectValue::IsPlainScalar(v.get()))
+            continue;
+        std::string expected = ValueOf(*make()) + "tail";
+        DirectValue::Append(v.get(), "tail", 4);
+        EXPECT_EQ(ValueOf(*v), expected);
+        EXPECT_EQ(v->primary_type(), Variable::kText);
+        EXPECT_EQ(v->value_double(), Variable("", 0, expected.c_str(), -1).value_double());
+    }
+}
+
+TEST(DirectValue, AppendingIsLinear)
+{
+    Held v(Variable::New("v", 1));
+    int moves = 0;
+    const char* storage = v->value().data();
+    for (int i = 0; i < 100000; ++i) {
+        DirectValue::Append(v.get(), "0123456789", 10);
+        moves += v->value().data() != storage;
+        storage = v->value().data();
+    }
+    EXPECT_EQ(v->value().length(), 1000000);
+    EXPECT_LT(moves, 20);
+}
+
+TEST(DirectValue, FindsAndMakesElements)
+{
+    Held array = ArrayOf("ab");
+    Held plain(Variable::New("v", 1));
+    plain->SetValue(*array);
+    EXPECT_EQ(DirectValue::Element(plain.get(), 2), At(*plain, 2));
+    EXPECT_EQ(DirectValue::Element(plain.get(), 3), nullptr);
+    EXPECT_EQ(DirectValue::Element(plain.get(), 0), nullptr);
+    EXPECT_EQ(DirectValue::Element(array.get(), 1), nullptr);
+    Variable* third = DirectValue::MadeElement(plain.get(), 3);
+    EXPECT_EQ(third, At(*plain, 3));
+    EXPECT_EQ(DirectValue::MadeElement(plain.get(), 0), nullptr);
+    EXPECT_EQ(DirectValue::Members(plain.get()), nullptr);
+    Held scalar(Variable::New("s", 1));
+    EXPECT_NE(DirectValue::MadeElement(scalar.get(), 5), nullptr);
+    EXPECT_EQ(ElementsOf(*scalar), "5=");
+    Put(*scalar, "m", "x");
+    EXPECT_EQ(DirectValue::Members(scalar.get()), scalar->aggregateelements());
+    EXPECT_EQ(DirectValue::Element(scalar.get(), 5), nullptr);
+}
+
+TEST(AggregateElementTree, HasANewStampWhenAnElementComesOrGoes)
+{
+    Held a = ArrayOf("ab");
+    Held b = ArrayOf("ab");
+    auto stamp = [](Held& v) { return v->aggregateelements()->stamp(); };
+    unsigned long long last = stamp(a);
+    EXPECT_NE(last, stamp(b));
+    At(*a, 1)->SetValue("x", 1);
+    At(*a, 9);
+    EXPECT_EQ(stamp(a), last);
+    Put(*a, 3, "c");
+    EXPECT_NE(stamp(a), last);
+    last = stamp(a);
+    a->DeleteElement(AggregateIndex(1), false);
+    EXPECT_NE(stamp(a), last);
+    EXPECT_NE(stamp(a), stamp(b));
+}
+
 TEST(DirectValue, CountsForReferencesReachTheirTargets)
 {
     Held target(Variable::New("t", 1));
