@@ -85,7 +85,6 @@ CGIApplication::~CGIApplication()
 {
     delete m_log_file;
     delete m_config;
-    delete m_dictionary;
     delete m_system_variables;
     delete m_global_variables;
     delete m_segments;
@@ -99,6 +98,8 @@ CGIApplication::~CGIApplication()
     delete m_filemanager;
     delete m_librarymanager;
     delete m_output;
+    // The names of variables lie in it.
+    delete m_dictionary;
     for (int i = 0; i < m_argument_count; ++i)
         delete[] m_arguments[i];
     delete[] m_arguments;

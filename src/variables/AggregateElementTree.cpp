@@ -31,7 +31,12 @@ void AggregateElementTree::Append(AggregateElement* element)
     if (PutIntoRun(element))
         return;
     MoveToTree();
-    SplayTree::Append(element);
+    // Numbers that were lowered on top of others may come in any order.
+    AggregateElement* last = SplayTree::Last();
+    if (last && Compare(element->index(), last) < 0)
+        SplayTree::Insert(element);
+    else
+        SplayTree::Append(element);
 }
 
 void AggregateElementTree::MoveToTree()

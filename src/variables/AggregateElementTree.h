@@ -9,8 +9,10 @@
 //
 // Numbers without large gaps, the usual array, are kept in an ElementRun, where an
 // element is found by its number at once; all else is in the nodes of the tree. Which of
-// the two holds the elements shows in nothing but the time that an operation takes. What
-// the run cannot do moves all elements into the tree, and Collapse brings them back.
+// the two holds the elements shows in nothing but the time that an operation takes, as long
+// as no numbers are lowered on top of others: which of those are then hidden from look-ups
+// is not defined. What the run cannot do moves all elements into the tree, and Collapse
+// brings them back.
 class AggregateElementTree final
     : public SplayTree<AggregateElement, const AggregateIndex&, AggregateElementTree> {
 public:

@@ -38,14 +38,14 @@ public:
     // value_integer().
     static bool Integer(Variable* variable, int* out)
     {
+        if (variable->m_elements)
+            return false;
         if (!(variable->m_valid & Variable::kIntegerValid)) {
             if (!(variable->m_valid & Variable::kDoubleValid))
                 return false;
             variable->m_integer = Variable::Truncated(variable->m_real);
             variable->m_valid |= Variable::kIntegerValid;
         }
-        if (variable->m_elements)
-            return false;
         *out = variable->m_integer;
         return true;
     }

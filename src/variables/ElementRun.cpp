@@ -99,6 +99,12 @@ void ElementRun::Trim()
 
 void ElementRun::Clear()
 {
+    const int kMostKept = 1024;
+    if (m_capacity > kMostKept) {
+        free(m_slots);
+        m_slots = nullptr;
+        m_capacity = 0;
+    }
     m_begin = m_span = m_first = m_count = 0;
 }
 
@@ -132,7 +138,8 @@ bool ElementRun::WidenInFront(long long slots)
     return true;
 }
 
-// Free slots on one side of the span; doubling keeps the cost of many additions linear.
+// Free slots on one side of the span. Doubling, with a share of what is left for the other
+// side, keeps the cost of many additions linear at both ends.
 bool ElementRun::MakeRoom(long long front, long long behind)
 {
     if (m_begin >= front && m_begin + m_span + behind <= m_capacity)
@@ -141,7 +148,8 @@ bool ElementRun::MakeRoom(long long front, long long behind)
     if (needed > kMaxEntries + HolesAllowed(kMaxEntries))
         return false;
     int capacity = m_capacity < 2 * needed ? int(2 * needed) + kFirstCapacity : m_capacity;
-    Move(capacity, front > 0 ? capacity - m_span - int(behind) : 0);
+    int share = int((capacity - needed) / 4);
+    Move(capacity, front > 0 ? capacity - m_span - share : share);
     return true;
 }
 
@@ -182,7 +190,7 @@ bool ElementRun::Displace(int start, int delta)
         MoveTail(from, delta);
     } else {
         int span = m_span;
-        if (!WidenBehind(delta))
+        if (m_span + (long long)delta - m_count > HolesAllowed(m_count) || !WidenBehind(delta))
             return false;
         m_span = span;
         MoveTail(from, delta);

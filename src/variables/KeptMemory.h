@@ -7,6 +7,15 @@
 
 #include "variables/allocation.h"
 
+// Whether a memory checker is built into the program.
+#if defined(__SANITIZE_ADDRESS__)
+constexpr bool kMemoryIsChecked = true;
+#elif defined(__has_feature)
+constexpr bool kMemoryIsChecked = __has_feature(address_sanitizer);
+#else
+constexpr bool kMemoryIsChecked = false;
+#endif
+
 // Memory for small objects of one size that are made and ended all the time: taken from the
 // system in chunks, kept for the next object when one ends, and never given back. Each
 // thread has its own. What a class's operator new and operator delete call.
@@ -18,26 +27,20 @@ class KeptMemory {
 public:
     static void* Take(size_t size)
     {
-#if !defined(__SANITIZE_ADDRESS__)
-        if (size == sizeof(T)) {
-            Place* place = t_ended;
-            if (!place)
-                return Fresh();
-            t_ended = place->next;
-            return place;
-        }
-#endif
-        return ::operator new(size);
+        if (kMemoryIsChecked || size != sizeof(T))
+            return ::operator new(size);
+        Place* place = t_ended;
+        if (!place)
+            return Fresh();
+        t_ended = place->next;
+        return place;
     }
     static void Give(void* memory, size_t size)
     {
-#if !defined(__SANITIZE_ADDRESS__)
-        if (size == sizeof(T)) {
+        if (kMemoryIsChecked || size != sizeof(T))
+            ::operator delete(memory);
+        else
             t_ended = new (memory) Place{t_ended};
-            return;
-        }
-#endif
-        ::operator delete(memory);
     }
 
 private:

@@ -27,8 +27,11 @@ class ZephApplication;
 // virtual operations for it along the way: a class does not override these to take part.
 //
 // Numbers stay within 0 and INT_MAX however they are moved. Lowering them on top of others,
-// which a merge of a negative range can do, leaves elements that no number finds until
-// CollapseElements numbers them anew.
+// which a merge of a negative range can do, leaves some, and it is not defined which, that no
+// number finds until CollapseElements numbers them anew.
+//
+// A derived class that computes its value leaves m_valid clear between calls: what it marks
+// as valid is read without asking it.
 //
 // An aggregate that contains itself, directly or through a reference, is possible. It
 // is never freed before the process ends. Where its text or its copy comes upon itself

@@ -79,6 +79,7 @@ void VariableName::Set(const PermanentText& text)
 void VariableName::Set(const char* text, int length)
 {
     size_t size = !text ? 0 : length < 0 ? strlen(text) : size_t(length);
+    static_assert(sizeof(String) <= kRoom);
     if (size > kRoom) {
         new (m_bytes) String(text, length);
         m_form = kString;

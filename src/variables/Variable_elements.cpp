@@ -146,9 +146,13 @@ void Variable::DeleteElements(int start, int count, bool collapse)
             ;
         return;
     }
-    while ((element = AtOrBehind(m_elements, start)) && NumberOf(element) < limit &&
-           Pick(element, &removed))
-        ;
+    // Each search starts where the last one ended, not in front of the hole so far.
+    long long at = start;
+    while ((element = AtOrBehind(m_elements, at)) && NumberOf(element) < limit) {
+        at = NumberOf(element);
+        if (!Pick(element, &removed))
+            break;
+    }
     if (collapse)
         Displace(m_elements, limit, -(long long)count);
 }

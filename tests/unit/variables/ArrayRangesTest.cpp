@@ -237,6 +237,40 @@ TEST(ArrayRanges, MergeOfANegativeRangeLowersWhatFollows)
     }
 }
 
+// A copy puts them in order, so that everything is found again.
+TEST(ArrayRanges, ACopyOfLoweredNumbersIsInOrder)
+{
+    for (int first : {2000, 20}) {
+        SCOPED_TRACE(first);
+        Held structure = Fresh();
+        Put(*structure, "m", "1");
+        Held x = Fresh();
+        Put(*x, 1, "a");
+        Put(*x, first / 2, "b");
+        Put(*x, first, "c");
+        for (int i = 0; i < first * 3 / 4; ++i)
+            x->MergeElements(structure.get(), 0, -1, first - i, kShare);
+        Held copy = Fresh();
+        copy->SetValue(*x);
+        EXPECT_EQ(ElementsOf(*copy),
+                  "1=a " + std::to_string(first / 4) + "=c " + std::to_string(first / 2) + "=b");
+        EXPECT_NE(At(*copy, first / 4), nullptr);
+    }
+}
+
+// A million calls in a row would not end in time if each looked through the hole again.
+TEST(ArrayRanges, DeletingARangeOfALargeArrayIsLinear)
+{
+    Held x = Fresh();
+    for (int i = 1; i <= 300000; ++i)
+        x->Element(AggregateIndex(i), 1);
+    x->DeleteElements(60001, 180000, kShare);
+    EXPECT_EQ(x->ElementsUsed(), 120000);
+    EXPECT_EQ(x->Next(60000), 240001);
+    x->DeleteElements(1, 60000, kCollapse);
+    EXPECT_EQ(x->Min(), 180001);
+}
+
 // Elements that share a number, or stand in a false order, are hidden but not lost.
 TEST(ArrayRanges, WhatWasLoweredOnTopOfOthersComesBackByCollapsing)
 {

@@ -35,6 +35,8 @@ protected:
     }
 
     ElementRun run;
+    std::unique_ptr<AggregateElement> m_shared =
+        std::make_unique<AggregateElement>(AggregateIndex(1));
 
 private:
     std::vector<std::unique_ptr<AggregateElement>> m_elements;
@@ -150,6 +152,17 @@ TEST_F(RunTest, WorksAsAQueueInBothDirections)
     }
     EXPECT_EQ(run.Entries(), 10);
     EXPECT_EQ(run.First()->index().number(), 100001);
+}
+
+// In memory that is moved a few times, not with every element.
+TEST_F(RunTest, GrowsAtBothEndsInTurn)
+{
+    const int kMiddle = 1000000;
+    for (int i = 0; i < 200000; ++i) {
+        ASSERT_TRUE(run.Put(kMiddle + i, m_shared.get()));
+        ASSERT_TRUE(run.Put(kMiddle - 1 - i, m_shared.get()));
+    }
+    EXPECT_EQ(run.Entries(), 400000);
 }
 
 TEST_F(RunTest, AgreesWithAMapOnRandomOperations)
