@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include "TestImage.h"
 #include "image/Dictionary.h"
 #include "variables/ClonedVariableHash.h"
 #include "variables/ReferenceVariableHash.h"
@@ -47,6 +48,17 @@ TEST(UserVariableHash, AVariableThatIsHeldOutlivesTheTable)
     EXPECT_EQ(held->refcount(), 1);
     EXPECT_STREQ(held->name().data(), "a rather long name of a variable");
     held->DecRefCount();
+}
+
+using UserVariableHashFileTest = ImageTest;
+
+TEST_F(UserVariableHashFileTest, TellsAFileOfItsBuckets)
+{
+    UserVariableHash hash;
+    hash.Insert("name", -1);
+    std::string body = Written([&](TaggedFile* file) { return hash.Write(file, TagOf("glbl")); });
+    ASSERT_EQ(body.size(), 7u + 6 + 8);
+    EXPECT_EQ(body[2], 12);
 }
 
 TEST(DictionaryClone, KeepsIndicesAndSharesNothing)

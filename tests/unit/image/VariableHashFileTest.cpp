@@ -1,5 +1,6 @@
 #include "TestImage.h"
 #include "image/Dictionary.h"
+#include "variables/SystemVariableHash.h"
 #include "variables/VariableHash.h"
 
 namespace {
@@ -41,6 +42,20 @@ TEST_F(VariableHashFileTest, WriteIsHeaderBucketsAndSlots)
         EXPECT_EQ(m_table.Insert(index), index);
     EXPECT_EQ(Written([&](TaggedFile* file) { return m_table.Write(file, TagOf("glbl")); }),
               GoodTable());
+}
+
+TEST_F(VariableHashFileTest, WriteEndsItsSection)
+{
+    m_table.Insert(1);
+    ASSERT_TRUE(m_file.Create(Path().c_str(), nullptr, 0));
+    ASSERT_TRUE(m_table.Write(&m_file, TagOf("glbl")));
+    std::string rest(5, 'x');
+    m_file.Section_Write(rest.data(), 5);
+    ASSERT_TRUE(m_file.Section_Flush());
+    m_file.Close();
+    std::string table = Header(1, 0, 1) + Word(0) + Dword(0) + Dwords({1, -1});
+    std::string directory = "glbl" + Dword(32) + Dword((long long)table.size());
+    EXPECT_EQ(Saved().substr(32), table + rest + directory);
 }
 
 TEST_F(VariableHashFileTest, EmptyTableIsAHeader)
@@ -149,6 +164,53 @@ TEST_F(VariableHashFileTest, SuccessfulReadReleasesTheOldVariables)
     EXPECT_EQ(m_table.Index(1, 0), nullptr);
     EXPECT_EQ(variable->refcount(), 1);
     variable->DecRefCount();
+}
+
+TEST_F(VariableHashFileTest, ACopyKeepsItsChainsWhenItsSourceIsRead)
+{
+    ASSERT_EQ(ReadError(GoodTable()), "");
+    VariableHash copy(m_table);
+    ASSERT_EQ(ReadError(Header(1, 0, 1) + Word(0) + Dword(0) + Dwords({3, -1})), "");
+    EXPECT_EQ(Seek("aa"), 0);
+    EXPECT_EQ(Seek("bb"), -1);
+    int slot = 0;
+    for (const char* name : {"bb", "a", "CCC", "aa"})
+        EXPECT_EQ(copy.Seek(-1, name, -1, nullptr), slot++) << name;
+}
+
+TEST_F(VariableHashFileTest, ASourceKeepsItsChainsWhenItsCopyIsRead)
+{
+    VariableHash source(&m_dictionary, 0, 8);
+    for (int index = 0; index < 4; ++index)
+        source.Insert(index);
+    VariableHash copy(source);
+    ASSERT_TRUE(Open(TestImage().Add("glbl", Header(0, 4, 0))));
+    ASSERT_TRUE(copy.Read(&m_file, TagOf("glbl")));
+    EXPECT_EQ(copy.Entries(), 0);
+    for (int index = 0; index < 4; ++index)
+        EXPECT_EQ(source.Seek(index, nullptr, 0, nullptr), index);
+}
+
+TEST_F(VariableHashFileTest, ALevelEndsInATableThatWasReadAnewAndIsShorter)
+{
+    SystemVariableHash system(&m_dictionary, 0, 8);
+    for (int index = 0; index < 4; ++index)
+        system.Insert(index);
+    Variable* former = new Variable("aa", -1, "former", -1);
+    former->IncRefCount();
+    system.SetVariable(former);
+    Variable* first = system.Index(0, 1);
+    system.Push();
+    system.SetVariable(new Variable("aa", -1, "inner", -1));
+    system.SetVariable(new Variable("bb", -1, "inner", -1));
+    ASSERT_TRUE(Open(TestImage().Add("glbl", Header(1, 0, 1) + std::string(14, '\0'))));
+    ASSERT_TRUE(system.Read(&m_file, TagOf("glbl")));
+    EXPECT_EQ(system.Pop(), 1);
+    EXPECT_EQ(system.Entries(), 1);
+    EXPECT_EQ(system.Index(0, 0), first);
+    // What stood in a slot that is gone ends with its record.
+    EXPECT_EQ(former->refcount(), 1);
+    former->DecRefCount();
 }
 
 TEST_F(VariableHashFileTest, MissingSectionTakesTheFilesError)

@@ -209,6 +209,15 @@ TEST_F(CallbackStructVariableTest, BecomingAStructureKeepsThePrimaryType)
     EXPECT_EQ(x->value_integer(), 0);
 }
 
+TEST_F(CallbackStructVariableTest, NoFormOfTheScalarOutlivesTheFirstMember)
+{
+    calls.values["a"] = "0";
+    x->SetValue("abc", -1);
+    ASSERT_TRUE(x->IsTrue());
+    x->Element(AggregateIndex("a", 1), 1);
+    EXPECT_FALSE(x->IsTrue());
+}
+
 TEST_F(CallbackStructVariableTest, ACloneIsPlain)
 {
     x->Element(AggregateIndex("a", 1), 1);

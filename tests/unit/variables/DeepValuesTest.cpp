@@ -1,3 +1,7 @@
+#include <pthread.h>
+
+#include <functional>
+
 #include <gtest/gtest.h>
 
 #include "TestVariables.h"
@@ -134,6 +138,44 @@ TEST(DeepValues, ALongArrayIsCopiedSerializedAndEnded)
     copy.MergeElements(&copy, 1, -1, 0, false);
     EXPECT_EQ(copy.ElementsUsed(), 2 * kLong);
     EXPECT_EQ(copy.CollapseElements(), 2 * kLong);
+}
+
+// Runs `work` with far less of the machine's stack than a program starts with.
+void OnASmallStack(std::function<void()> work)
+{
+    const size_t kStack = 256 * 1024;
+    pthread_attr_t attributes;
+    pthread_t thread;
+    pthread_attr_init(&attributes);
+    ASSERT_EQ(pthread_attr_setstacksize(&attributes, kStack), 0);
+    auto run = [](void* given) -> void* {
+        (*static_cast<std::function<void()>*>(given))();
+        return nullptr;
+    };
+    ASSERT_EQ(pthread_create(&thread, &attributes, run, &work), 0);
+    pthread_join(thread, nullptr);
+    pthread_attr_destroy(&attributes);
+}
+
+// Gaps so wide that the elements stand in a tree, all on one side of the node above.
+TEST(DeepValues, ALongArrayWithGapsIsMovedCopiedSerializedAndEnded)
+{
+    const int kGap = 100;
+    OnASmallStack([] {
+        Held array = Fresh();
+        for (int i = 1; i <= kDeep; ++i)
+            array->Element(AggregateIndex(i * kGap), 1)->SetValue_Integer(i % 10);
+        array->InsertElement(1, Fresh("x").get());
+        EXPECT_EQ(array->Max(), kDeep * kGap + 1);
+        Held copy(array->Clone(nullptr));
+        EXPECT_EQ(copy->ElementsUsed(), kDeep + 1);
+        EXPECT_EQ(copy->value().length(), 2 * kDeep + 1);
+        array.reset();
+        EXPECT_EQ(ValueOf(*At(*copy, 7 * kGap + 1)), "7");
+        copy->InsertElement(1, Fresh("y").get());
+        EXPECT_EQ(ValueOf(*At(*copy, kDeep * kGap + 2)), "0");
+        EXPECT_EQ(copy->CollapseElements(), kDeep + 2);
+    });
 }
 
 TEST(DeepValues, ALongArrayOfStructuresEnds)

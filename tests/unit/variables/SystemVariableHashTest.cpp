@@ -159,6 +159,19 @@ TEST_F(SystemVariableHashTest, FindRecordsWhatItMakes)
     made->DecRefCount();
 }
 
+TEST_F(SystemVariableHashTest, TheVersionOfAnEmptySlotIsPutBackBehindWhatFindMade)
+{
+    m_hash.Push();
+    m_hash.Insert("v", -1);
+    ASSERT_EQ(VersionOf("v"), 1);
+    m_hash.Push();
+    ASSERT_NE(Look("v", 1), nullptr);
+    ASSERT_EQ(VersionOf("v"), 2);
+    m_hash.Pop();
+    EXPECT_EQ(Look("v"), nullptr);
+    EXPECT_EQ(VersionOf("v"), 1);
+}
+
 TEST_F(SystemVariableHashTest, SetTextIsTakenBackOnlyWhereItMadeTheVariable)
 {
     Put("old", "1");
@@ -308,6 +321,27 @@ TEST_F(SystemVariableHashTest, ACloneStartsAtLevelZero)
     EXPECT_EQ(ValueOf(*found), "inner");
     m_hash.Pop();
     EXPECT_EQ(ValueOf(*found), "inner");
+}
+
+TEST_F(SystemVariableHashTest, ACloneKeepsTheVersions)
+{
+    Put("outer", "0");
+    m_hash.Push();
+    m_hash.Push();
+    Put("inner", "2");
+    m_hash.Insert("empty", -1);
+    Names copied(m_names);
+    VariableHash plain(nullptr, &copied, m_hash);
+    SystemVariableHash system(nullptr, &copied, m_hash);
+    static const int versions[] = {0, 2, 2};
+    for (VariableHash* clone : {&plain, static_cast<VariableHash*>(&system)}) {
+        for (int slot = 0; slot < 3; ++slot) {
+            SCOPED_TRACE(slot);
+            _VH_Entry* entry = nullptr;
+            ASSERT_EQ(clone->Seek(slot, nullptr, 0, &entry), slot);
+            EXPECT_EQ(entry->version, versions[slot]);
+        }
+    }
 }
 
 // What a table with levels holds, kept in the simplest way: the text of each name, and

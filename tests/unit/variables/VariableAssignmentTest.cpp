@@ -53,6 +53,22 @@ TEST(VariableAssignment, AssignmentCopiesAnAggregateWithAllBelow)
     EXPECT_EQ(At(*target, 1)->refcount(), 1);
 }
 
+TEST(VariableAssignment, NoFormOfTheFormerScalarOutlivesAnAssignedAggregate)
+{
+    Held source = ArrayOf("0");
+    for (int form : {Variable::kText, Variable::kInteger, Variable::kDouble}) {
+        SCOPED_TRACE(form);
+        Held target = Fresh("abc");
+        if (form == Variable::kInteger)
+            target->SetValue_Integer(7);
+        else if (form == Variable::kDouble)
+            target->SetValue_Double(7.5);
+        ASSERT_TRUE(target->IsTrue());
+        target->SetValue(*source);
+        EXPECT_FALSE(target->IsTrue());
+    }
+}
+
 TEST(VariableAssignment, ASourceWithoutAValueIsMadeToComputeItsText)
 {
     Held source = Fresh();

@@ -38,20 +38,27 @@ TEST(VariableHash, AVariableOfASlotPointsAtAPermanentName)
     EXPECT_EQ(NameOf(*hash.Index(hash.Insert(-2), 1)), "");
 }
 
+// In one bucket, where every shorter name goes in front of all others.
 TEST(VariableHash, ACopyFollowsItsOwnInsertionsAlone)
 {
     Names names;
-    VariableHash source(&names, 4, 8);
-    source.Insert("one", -1);
+    VariableHash source(&names, 0, 8);
+    source.Insert("first", -1);
     VariableHash copy(source);
+    VariableHash untouched(source);
     source.Insert("two", -1);
-    copy.Insert("three", -1);
-    EXPECT_EQ(source.Seek(-1, "one", -1, nullptr), 0);
-    EXPECT_EQ(copy.Seek(-1, "one", -1, nullptr), 0);
-    EXPECT_EQ(source.Seek(-1, "two", -1, nullptr), 1);
-    EXPECT_EQ(copy.Seek(-1, "two", -1, nullptr), -1);
-    EXPECT_EQ(copy.Seek(-1, "three", -1, nullptr), 1);
-    EXPECT_EQ(source.Seek(-1, "three", -1, nullptr), -1);
+    copy.Insert("next", -1);
+    copy.Insert("3", -1);
+    static const struct {
+        const char* name;
+        int in_source, in_copy, in_untouched;
+    } rows[] = {{"first", 0, 0, 0}, {"two", 1, -1, -1}, {"next", -1, 1, -1}, {"3", -1, 2, -1}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        EXPECT_EQ(source.Seek(-1, row.name, -1, nullptr), row.in_source);
+        EXPECT_EQ(copy.Seek(-1, row.name, -1, nullptr), row.in_copy);
+        EXPECT_EQ(untouched.Seek(-1, row.name, -1, nullptr), row.in_untouched);
+    }
 }
 
 TEST(VariableHash, ASlotOutOfRangeHasNoVariable)
@@ -116,6 +123,17 @@ TEST(VariableHash, AnIndexWithoutANameIsStoredButNotLinked)
     EXPECT_EQ(hash.Seek(77, nullptr, 0, nullptr), -1);
     hash.Insert("later", -1);
     EXPECT_EQ(hash.Seek(-1, "later", -1, nullptr), 1);
+}
+
+TEST(VariableHash, AnIndexWithoutANameIsNotTheEmptyName)
+{
+    Names names;
+    VariableHash hash(&names, 4, 8);
+    int empty = names.Entry_Add("", 0);
+    hash.Insert(empty);
+    EXPECT_EQ(hash.Seek(empty, nullptr, 0, nullptr), 0);
+    EXPECT_EQ(hash.Seek(77, nullptr, 0, nullptr), -1);
+    EXPECT_EQ(hash.Seek(-1, nullptr, 0, nullptr), -1);
 }
 
 TEST(VariableHash, AKnownIndexDoesNotAddTheNameAgain)
@@ -184,6 +202,27 @@ TEST(VariableHash, ACopyHasTheSlotsAndNamesButNoVariables)
     EXPECT_STREQ(source.Index(0, 0)->value().data(), "1");
     EXPECT_EQ(copy.Insert("c", -1), 2);
     EXPECT_EQ(source.Entries(), 2);
+}
+
+// The slots of a copy have the version -1 until something is put into them.
+TEST(VariableHash, WhateverFillsASlotSetsItsVersion)
+{
+    Names names;
+    VariableHash source(&names, 4, 8);
+    for (const char* name : {"made", "stored", "reference", "untouched"})
+        source.Insert(name, -1);
+    VariableHash copy(source);
+    Held target = Fresh("target");
+    copy.Index(0, 1);
+    copy.SetVariable(new Variable("stored", -1, "1", -1));
+    EXPECT_EQ(copy.SetVariable_Reference(2, target.get()), 1);
+    static const int versions[] = {0, 0, 0, -1};
+    for (int slot = 0; slot < 4; ++slot) {
+        SCOPED_TRACE(slot);
+        _VH_Entry* entry = nullptr;
+        ASSERT_EQ(copy.Seek(slot, nullptr, 0, &entry), slot);
+        EXPECT_EQ(entry->version, versions[slot]);
+    }
 }
 
 TEST(VariableHash, DumpReleasesTheVariablesAndKeepsTheSlots)
