@@ -59,6 +59,29 @@ Function::Function(Dictionary* dictionary, int name_index, int flags, int segmen
 {
 }
 
+Function::Function(ZephApplication* application, Dictionary* dictionary, Function& source)
+    : m_index(source.m_index),
+      m_flags(source.m_flags),
+      m_name_index(source.m_name_index),
+      m_parameters(1),
+      m_segment(source.m_segment),
+      m_offset(source.m_offset),
+      m_dictionary(dictionary),
+      m_locals(application, dictionary, source.m_locals)
+{
+    List<FunctionParameter>* parameters = &source.m_parameters;
+    for (FunctionParameter* parameter = parameters->First(); parameter;
+         parameter = parameters->Next())
+        m_parameters.Insert(new FunctionParameter(dictionary, parameter->name_index(),
+                                                  parameter->flags(), parameter->slot()),
+                            kListTail);
+}
+
+Function::Function(int name_index, Function* source, Dictionary* dictionary)
+    : Function(dictionary, name_index, source->m_flags, -1, -1)
+{
+}
+
 bool Function::Failed(const String& text)
 {
     m_error = text;
@@ -79,12 +102,23 @@ void Function::SetCode(int segment, int offset)
     m_offset = offset;
 }
 
+void Function::CountPlainParameters()
+{
+    int count = 0;
+    bool is_plain = true;
+    for (FunctionParameter* parameter = m_parameters.First(); parameter;
+         parameter = m_parameters.Next())
+        is_plain = is_plain && parameter->flags() == 0 && parameter->slot() == count++;
+    m_plain_parameters = is_plain ? count : -1;
+}
+
 int Function::AddParameter(int flags, const char* name, int length)
 {
     if (length < 0)
         length = int(strlen(name));
     int index = m_dictionary->Entry_Add(name, length);
     int slot = m_locals.Insert(index, name, length, nullptr);
+    m_plain_parameters = kUnknown;
     m_parameters.Insert(new FunctionParameter(m_dictionary, index, flags, slot), kListTail);
     return slot;
 }

@@ -8,6 +8,7 @@
 class Dictionary;
 class ExternalCall;
 class TaggedFile;
+class ZephApplication;
 
 // A parameter of a function, as declared.
 class FunctionParameter {
@@ -52,6 +53,12 @@ public:
 
     // A segment and offset of -1 stand for a function without code.
     Function(Dictionary* dictionary, int name_index, int flags, int segment, int offset);
+    // The same for another application, under the same indices of a dictionary of its own:
+    // everything is copied but what the first call found.
+    Function(ZephApplication* application, Dictionary* dictionary, Function& source);
+    // A function of another image as this one declares it: flags and name, which has the
+    // given index here, but neither code nor parameters nor locals.
+    Function(int name_index, Function* source, Dictionary* dictionary);
     Function(const Function&) = delete;
     Function& operator=(const Function&) = delete;
 
@@ -59,6 +66,7 @@ public:
     int index() const { return m_index; }
     void SetIndex(int index) { m_index = index; }
     int flags() const { return m_flags; }
+    bool is_external() const { return m_flags & kExternal; }
     int name_index() const { return m_name_index; }
     // Made from the dictionary's text at the first call.
     const String& name();
@@ -67,6 +75,14 @@ public:
     // Where the code stands, for a function whose code comes after its declaration.
     void SetCode(int segment, int offset);
     List<FunctionParameter>* parameters() { return &m_parameters; }
+    // How many parameters there are, if each is by value and has the slot of its own number;
+    // -1 otherwise.
+    int PlainParameters()
+    {
+        if (m_plain_parameters == kUnknown)
+            CountPlainParameters();
+        return m_plain_parameters;
+    }
     // The template; calls make their own table from it.
     VariableHash* locals() { return &m_locals; }
 
@@ -74,6 +90,9 @@ public:
     // Borrowed.
     ExternalCall* external_call() const { return m_external_call; }
     void SetExternalCall(ExternalCall* call) { m_external_call = call; }
+    // Whether the library's function is at work on locals().
+    bool is_running() const { return m_is_running; }
+    void SetRunning(bool is_running) { m_is_running = is_running; }
 
     // Adds a parameter and a local for it, whose slot is returned.
     int AddParameter(int flags, const char* name, int length);
@@ -90,6 +109,7 @@ public:
 
 private:
     bool Failed(const String& text);
+    void CountPlainParameters();
     bool ReadParameters(TaggedFile* file, int count);
     void AddDeclaredParameter(const char* piece, int length);
 
@@ -103,6 +123,9 @@ private:
     int m_offset;
     Dictionary* m_dictionary;                 // borrowed
     ExternalCall* m_external_call = nullptr;  // borrowed
+    bool m_is_running = false;
+    static constexpr int kUnknown = -2;
+    int m_plain_parameters = kUnknown;
     VariableHash m_locals;
     String m_error;
 };

@@ -43,6 +43,19 @@ FunctionManager::FunctionManager(Dictionary* dictionary, int bucket_bits)
 {
 }
 
+FunctionManager::FunctionManager(ZephApplication* application, Dictionary* dictionary,
+                                 FunctionManager& source)
+    : m_dictionary(dictionary),
+      m_chains(source.m_chains.bits()),
+      m_capacity(source.m_count),
+      m_count(source.m_count)
+{
+    m_chains.CopyFrom(source.m_chains);
+    m_functions = static_cast<Function**>(ZeroedMemory(size_t(m_count), sizeof(Function*)));
+    for (int i = 0; i < m_count; ++i)
+        m_functions[i] = new Function(application, dictionary, *source.m_functions[i]);
+}
+
 FunctionManager::~FunctionManager()
 {
     DeleteFunctions(m_functions, m_count);
@@ -104,6 +117,20 @@ int FunctionManager::Function_Add(int segment, int offset, const char* name, int
     Function* function = new Function(m_dictionary, index, flags, segment, offset);
     function->SetParameters(parameters, parameters_length);
     return Function_Add(function, name, length);
+}
+
+int FunctionManager::Function_Add(Function* source)
+{
+    const String& name = source->name();
+    int index = m_dictionary->Entry_Add(name.data(), name.length());
+    Function* function = new Function(index, source, m_dictionary);
+    List<FunctionParameter>* parameters = source->parameters();
+    for (FunctionParameter* parameter = parameters->First(); parameter;
+         parameter = parameters->Next()) {
+        const String& text = parameter->name();
+        function->AddParameter(parameter->flags(), text.data(), text.length());
+    }
+    return Function_Add(function, name.data(), name.length());
 }
 
 bool FunctionManager::Read(TaggedFile* file)

@@ -7,6 +7,7 @@
 
 class Dictionary;
 class TaggedFile;
+class ZephApplication;
 
 // All functions of one image, by index as code calls them and by name as native
 // code finds them; names ignore letter case. Equal names are not refused: the one
@@ -17,6 +18,8 @@ class TaggedFile;
 class FunctionManager {
 public:
     FunctionManager(Dictionary* dictionary, int bucket_bits);
+    // A deep copy for another application; the dictionary has the texts of the source's.
+    FunctionManager(ZephApplication* application, Dictionary* dictionary, FunctionManager& source);
     FunctionManager(const FunctionManager&) = delete;
     FunctionManager& operator=(const FunctionManager&) = delete;
     virtual ~FunctionManager();
@@ -37,12 +40,14 @@ public:
     unsigned int hash(const char* name, int length) const;
 
     // Put a function into the table and give its index: one made elsewhere, which
-    // now belongs to the table; the declaration of an external function; or a
-    // script function with a parameter list as Function::SetParameters takes it.
+    // now belongs to the table; the declaration of an external function; a script
+    // function with a parameter list as Function::SetParameters takes it; or the
+    // declaration, name and parameters, of a function of another image.
     int Function_Add(Function* function, const char* name, int length);
     int Function_Add(const char* name, int length, int flags);
     int Function_Add(int segment, int offset, const char* name, int length, const char* parameters,
                      int parameters_length, int flags);
+    int Function_Add(Function* source);
 
     // The "func" section. Read ends the section on success; Write leaves it open.
     bool Read(TaggedFile* file);

@@ -95,6 +95,13 @@ public:
     {
         return variable->m_direct && !variable->m_elements;
     }
+    // Whether it can be set anew by its only holder instead of being made anew.
+    static bool IsReusable(const Variable* variable)
+    {
+        const int kMostStorage = 64;  // more is given back
+        return IsPlainScalar(variable) && variable->m_refcount == 1 &&
+               variable->m_value.capacity() <= kMostStorage;
+    }
     // Sets a plain scalar to its own text and another one, which is not its own, behind it.
     // It costs no more than the bytes that are added.
     static void Append(Variable* variable, const char* text, int length)

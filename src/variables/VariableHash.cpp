@@ -3,6 +3,7 @@
 #include <stdlib.h>
 #include <string.h>
 
+#include "variables/DirectValue.h"
 #include "variables/NameOrder.h"
 #include "variables/ReferenceVariable.h"
 #include "variables/allocation.h"
@@ -69,6 +70,17 @@ void VariableHash::Dump()
         if (m_entries[slot].variable)
             m_entries[slot].variable->DecRefCount();
         m_entries[slot].variable = nullptr;
+    }
+}
+
+void VariableHash::Recycle(int kept)
+{
+    for (int slot = 0; slot < m_count; ++slot) {
+        Variable* variable = m_entries[slot].variable;
+        if (!variable || (slot < kept && DirectValue::IsReusable(variable)))
+            continue;
+        m_entries[slot].variable = nullptr;
+        DirectValue::DropCount(variable);
     }
 }
 

@@ -185,6 +185,114 @@ TEST_F(FunctionManagerTest, TableGrows)
     }
 }
 
+TEST_F(FunctionManagerTest, ChainsAreWalkedByTheirLengthsAlone)
+{
+    // One bucket: the head is longer than what is asked for.
+    m_functions.Function_Add("longer", -1, 0);
+    EXPECT_EQ(Get("long"), -1);
+    m_functions.Function_Add("long", -1, 0);
+    EXPECT_EQ(Get("long"), 1);
+    EXPECT_EQ(Get("longer"), 0);
+    EXPECT_EQ(Get("longest"), -1);
+}
+
+TEST_F(FunctionManagerTest, FunctionWithoutParametersHasItsLocals)
+{
+    int index = m_functions.Function_Add(0, 0, "f", 1, "", 0, 0);
+    m_functions.Index(index)->locals()->Insert("local", -1);
+    std::string body = Written([&](TaggedFile* file) { return m_functions.Write(file); });
+    FunctionManager copy(&m_dictionary, 0);
+    ASSERT_TRUE(Open(TestImage().Add("func", body)));
+    ASSERT_TRUE(copy.Read(&m_file)) << copy.error().data();
+    EXPECT_EQ(copy.Index(0)->parameters()->Entries(), 0);
+    EXPECT_EQ(copy.Index(0)->locals()->Entries(), 1);
+    EXPECT_EQ(copy.Index(0)->locals()->Seek(-1, "LOCAL", -1, nullptr), 0);
+}
+
+TEST_F(FunctionManagerTest, CopySharesNothingWithItsSource)
+{
+    const int kScript = m_functions.Function_Add(2, 77, "script", -1, "a, b var", -1, 16);
+    const int kExternal = m_functions.Function_Add("external", -1, 4);
+    Function* script = m_functions.Index(kScript);
+    script->locals()->Insert("local", -1);
+    script->locals()->Index(0, 1)->SetValue("kept", -1);
+    m_functions.Index(kExternal)->SetExternalCall(reinterpret_cast<ExternalCall*>(this));
+
+    Dictionary dictionary(m_dictionary);
+    FunctionManager copy(nullptr, &dictionary, m_functions);
+    EXPECT_EQ(copy.count(), 2);
+    Function* copied = copy.Function_Get("SCRIPT", -1);
+    ASSERT_TRUE(copied);
+    EXPECT_NE(copied, script);
+    EXPECT_EQ(copied->index(), kScript);
+    EXPECT_EQ(copied->flags(), 16);
+    EXPECT_EQ(copied->segment(), 2);
+    EXPECT_EQ(copied->offset(), 77);
+    EXPECT_EQ(copied->name_index(), script->name_index());
+    EXPECT_STREQ(copied->name().data(), "script");
+    EXPECT_EQ(Parameters(copied), "a:0@0 b:1@1 ");
+    EXPECT_EQ(copied->locals()->Entries(), 3);
+    EXPECT_EQ(copied->locals()->Seek(-1, "local", -1, nullptr), 2);
+    EXPECT_STREQ(copied->locals()->Index(0, 0)->value().data(), "kept");
+    EXPECT_NE(copied->locals()->Index(0, 0), script->locals()->Index(0, 0));
+    EXPECT_EQ(copied->locals()->names(), &dictionary);
+    ASSERT_TRUE(copy.Index(kExternal));
+    EXPECT_EQ(copy.Index(kExternal)->external_call(), nullptr) << "it binds anew";
+    EXPECT_EQ(copy.Index(kExternal)->flags(), 5);
+}
+
+TEST_F(FunctionManagerTest, CopyGrowsOnItsOwn)
+{
+    FunctionManager source(&m_dictionary, 4);
+    for (int i = 0; i < 65; ++i)
+        source.Function_Add(("f" + std::to_string(i)).c_str(), -1, 0);
+    Dictionary dictionary(m_dictionary);
+    FunctionManager copy(nullptr, &dictionary, source);
+    for (int i = 65; i < 200; ++i)
+        EXPECT_EQ(copy.Function_Add(("f" + std::to_string(i)).c_str(), -1, 0), i);
+    for (int i = 0; i < 200; ++i) {
+        Function* function = copy.Function_Get(("F" + std::to_string(i)).c_str(), -1);
+        ASSERT_TRUE(function) << i;
+        EXPECT_EQ(function->index(), i);
+    }
+    EXPECT_EQ(source.count(), 65);
+    EXPECT_EQ(source.Function_Get("f65", -1), nullptr);
+}
+
+TEST_F(FunctionManagerTest, CopyOfAnEmptyTableIsEmpty)
+{
+    FunctionManager copy(nullptr, &m_dictionary, m_functions);
+    EXPECT_EQ(copy.count(), 0);
+    EXPECT_EQ(copy.Function_Get("f", -1), nullptr);
+    EXPECT_EQ(copy.Function_Add("f", -1, 0), 0);
+    EXPECT_NE(copy.Function_Get("F", -1), nullptr);
+}
+
+TEST_F(FunctionManagerTest, ImportDeclaresAFunctionOfAnotherImage)
+{
+    Dictionary theirs;
+    theirs.Entry_Add("shifts the indices", -1);
+    FunctionManager source(&theirs, 8);
+    int index = source.Function_Add(5, 9, "Other", -1, "a, b var", -1, 17);
+    source.Index(index)->locals()->Insert("local", -1);
+    m_functions.Function_Add("first", -1, 0);
+
+    ASSERT_EQ(m_functions.Function_Add(source.Index(index)), 1);
+    Function* imported = m_functions.Function_Get("OTHER", -1);
+    ASSERT_TRUE(imported);
+    EXPECT_EQ(imported->index(), 1);
+    EXPECT_STREQ(imported->name().data(), "Other");
+    EXPECT_EQ(imported->flags(), 17);
+    EXPECT_EQ(imported->segment(), -1);
+    EXPECT_EQ(imported->offset(), -1);
+    EXPECT_EQ(imported->external_call(), nullptr);
+    EXPECT_EQ(Parameters(imported), "a:0@0 b:1@1 ");
+    EXPECT_EQ(imported->locals()->Entries(), 2) << "the parameters and no other";
+    EXPECT_EQ(imported->locals()->names(), &m_dictionary);
+    EXPECT_EQ(m_functions.Function_Add(source.Index(index)), 2) << "equal names are not refused";
+    EXPECT_EQ(Get("other"), 1);
+}
+
 TEST_F(FunctionManagerTest, WriteIsTheTableByteForByte)
 {
     m_dictionary.Entry_Add("unused", -1);

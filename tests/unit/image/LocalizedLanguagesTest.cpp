@@ -1,14 +1,14 @@
 #include "image/LocalizedLanguages.h"
 
 #include "TestImage.h"
-#include "app/ZephApplication.h"
+#include "app/VMApplication.h"
 #include "image/Dictionary.h"
 #include "image/LocalizedIndex.h"
 
 namespace {
 
 // An application that speaks a language and counts how often it is asked for it.
-class SpeakingApplication : public ZephApplication {
+class SpeakingApplication : public VMApplication {
 public:
     FileManager* filemanager() override { return nullptr; }
     ExternalLibraryManager* librarymanager() override { return nullptr; }
