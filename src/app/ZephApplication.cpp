@@ -4,6 +4,7 @@
 #include <strings.h>
 #include <time.h>
 
+#include "app/LogParameter.h"
 #include "config/Config.h"
 #include "primitives/conversions.h"
 #include "variables/encoders.h"
@@ -72,6 +73,45 @@ void ZephApplication::SetCharacterSet(const char* text, int length)
     m_charset.Set(text, length);
     const String& name = m_charset.text;
     m_charset_is_utf8 = name.length() == 5 && strncasecmp(name.data(), "utf-8", 5) == 0;
+}
+
+const char* ZephApplication::Log_Description(unsigned int event)
+{
+    switch (event) {
+        case kLogFunctionCall:
+            return "Function Call";
+        case kLogFunctionParameter:
+            return "Function Parameter";
+        case kLogFunctionReturnValue:
+            return "Function Return Value";
+        case kLogFunctionReturn:
+            return "Function Return";
+        case kLogExternalCall:
+            return "External Function Call";
+        case kLogExternalParameter:
+            return "External Function Parameter";
+        case kLogExternalReturnValue:
+            return "External Function Return Value";
+        case kLogExternalReturn:
+            return "External Function Return";
+        case kLogDoEnter:
+            return "ZpDO Enter";
+        case kLogDoExit:
+            return "ZpDO Exit";
+        case kLogCall:
+            return "ZpCALL";
+        case kLogSMTP:
+            return "ZpSMTP";
+        case kLogTimedOut:
+            return "Application Timed Out";
+        case kLogRuntimeError:
+            return "Runtime Error";
+        case kLogFatalError:
+            return "Fatal Error";
+        case kLogTrace:
+            return "Trace";
+    }
+    return "Unknown";
 }
 
 void ZephApplication::Notify_RuntimeError(int, const String& text, bool show)

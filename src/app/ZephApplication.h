@@ -1,6 +1,7 @@
 #ifndef ZEPH_APP_ZEPHAPPLICATION_H
 #define ZEPH_APP_ZEPHAPPLICATION_H
 
+#include "app/LogFilter.h"
 #include "files/PathType.h"
 #include "variables/StringClass.h"
 
@@ -12,6 +13,7 @@ class FileManager;
 class Output;
 class SystemLibraryManager;
 class ZephVM;
+struct LogParameter;
 
 // The application as every floor sees it: where settings, files and output are
 // found, how long the run may last, which language it speaks, and where an error
@@ -43,6 +45,10 @@ public:
     virtual Output* output() = 0;
     virtual Output* SetOutput(Output* output) = 0;
 
+    // The classic password hash of a text under a salt of two bytes: a new array that the
+    // caller owns (new[]), NUL-terminated.
+    virtual char* Crypt(const char* text, int text_length, const char* salt, int* length,
+                        int* capacity) = 0;
     // A new text of 32 printable characters, owned by the caller (new[]).
     virtual char* MakeSessionID(int* length) = 0;
 
@@ -95,6 +101,17 @@ public:
     virtual const String& GetCharacterSet() { return m_charset.text; }
     virtual bool CharacterSetIsUTF8() { return m_charset_is_utf8; }
 
+    // The log. Logs tells whether an event at a source position is wanted at all; what is
+    // written is up to the classes that derive from this one.
+    virtual void ParseLogFilter(const char* text) { m_log_filter.Parse(text); }
+    virtual void Log(unsigned int, LogParameter*) {}
+    // What kind of event a bit is: "Function Call".
+    virtual const char* Log_Description(unsigned int event);
+    bool Logs(const char* file, int length, int line)
+    {
+        return !m_log_suppressed && m_log_filter.Passes(file, length, line);
+    }
+
     // Where a machine reports; `show` says whether the settings let the text appear.
     virtual void Notify_FatalError(const String& text) { Error(text); }
     virtual void Notify_TimeoutError(const String& text) { Error(text); }
@@ -128,6 +145,7 @@ protected:
     int m_exit = 0;
     long m_global_deadline = 0;  // seconds since the epoch, 0 for none
     long m_post_deadline = 0;
+    bool m_log_suppressed = false;  // nothing is logged
 
 private:
     struct CountedText {
@@ -140,6 +158,7 @@ private:
         }
     };
 
+    LogFilter m_log_filter;
     CountedText m_language{"en-US"};
     CountedText m_default_language{"en-US"};
     CountedText m_default_database{"xbase3"};
