@@ -14,10 +14,16 @@
 #ifdef __cplusplus
 class ExternalConfig;
 class File;
+class Variable;
+class VariableHash;
+class ZephVM;
 extern "C" {
 #else
 typedef struct ExternalConfig ExternalConfig;
 typedef struct File File;
+typedef struct Variable Variable;
+typedef struct VariableHash VariableHash;
+typedef struct ZephVM ZephVM;
 #endif
 
 /* On each function that crosses the boundary, in either direction. */
@@ -125,6 +131,53 @@ typedef struct zpConfig_Library {
 
 /* Exported by the configuration library. */
 ZEPH_EXPORT const zpConfig_Library* zeph_config_library(void);
+
+/*
+ * A function library: a shared library that exports
+ *
+ *     const _ZP_EL_Table* zeph_function_table(void);
+ *
+ * Its functions are builtin functions of the script language. The table and all that it
+ * points to stay the library's, and must last as long as the library is loaded. The
+ * libraries are searched in the order of registration, and the first function of a name
+ * is taken, whatever its letter case.
+ *
+ * The sizes and the order of the fields are the binary contract.
+ */
+
+/* A parameter, in the order of declaration. */
+typedef struct _ZP_EL_Parameter {
+    const char* name;
+    int unused; /* the library's own; the runtime does not look at it */
+    int flags;  /* 0 or ZP_EL_REFERENCE */
+} _ZP_EL_Parameter;
+
+/* The script's own variable is passed, and not a copy of its value. */
+enum { ZP_EL_REFERENCE = 1 };
+
+typedef struct _ZP_EL_Function {
+    const char* name; /* a null name ends the array */
+    int name_length;  /* in bytes */
+    int parameter_count;
+    /* As many entries; null when none is passed by reference. A script that was compiled
+     * for another number of parameters, or passes one otherwise, ends with an error. */
+    const _ZP_EL_Parameter* parameters;
+    /* Called on the thread of the script. `parameters` has a variable for each parameter,
+     * in the slots that the script's image gives them: 0, 1 and so on, unless it was made
+     * by hand. They are gone when the function returns. `result` is empty when the
+     * function is called, and what it is then is the value of the call. `*data` is a word
+     * for the function's own use, null at its first call and kept for the request. What
+     * the function returns is not looked at. */
+    int (*function)(ZephVM* vm, VariableHash* parameters, Variable* result, void** data);
+} _ZP_EL_Function;
+
+typedef struct _ZP_EL_Table {
+    void* reserved; /* the library's own */
+    const _ZP_EL_Function* functions;
+} _ZP_EL_Table;
+
+/* Exported by a function library. Null when it cannot work. */
+ZEPH_EXPORT const _ZP_EL_Table* zeph_function_table(void);
 
 /*
  * Offered by the runtime to the configuration library.

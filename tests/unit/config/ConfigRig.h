@@ -5,7 +5,7 @@
 
 #include <string>
 
-#include "app/ZephApplication.h"
+#include "app/VMApplication.h"
 #include "config/ExternalCall.h"
 #include "config/ExternalConfig.h"
 #include "config/LibraryRegistry.h"
@@ -15,7 +15,7 @@
 #include "vm/TagErrorSettings.h"
 
 // As much of an application as the settings ask of it: the libraries of the process.
-class LibrariesOnlyApplication : public ZephApplication {
+class LibrariesOnlyApplication : public VMApplication {
 public:
     ExternalLibraryManager* librarymanager() override { return &m_libraries; }
 

@@ -7,10 +7,10 @@
 
 // A library of no functions, which puts the name of its file behind those that are in
 // the environment already: so a test sees in which order several were asked.
-extern "C" ZEPH_EXPORT void** zeph_function_table(void)
+const _ZP_EL_Table* zeph_function_table(void)
 {
-    static void* functions[4];
-    static void* table[2] = {nullptr, functions};
+    static const _ZP_EL_Function functions[1] = {};
+    static const _ZP_EL_Table table = {nullptr, functions};
     Dl_info library;
     if (!dladdr(reinterpret_cast<void*>(&zeph_function_table), &library))
         return nullptr;
@@ -18,5 +18,5 @@ extern "C" ZEPH_EXPORT void** zeph_function_table(void)
     const char* before = getenv("ZEPH_RECORDED");
     const std::string recorded = (before ? before : "") + path.substr(path.rfind('/') + 1) + " ";
     setenv("ZEPH_RECORDED", recorded.c_str(), 1);
-    return table;
+    return &table;
 }
