@@ -17,6 +17,9 @@ struct TagErrorSetting {
 // 76 tags and a closing row of zeros, which a script may write to as well.
 const int kTagErrorRows = 77;
 
+// The row of a fault in an expression, which belongs to no tag.
+const int kExpressionTag = 62;
+
 // The defaults of the process. The configuration changes them before the first
 // machine is made; each machine works on its own copy.
 extern TagErrorSetting tag_default_errorsettings[kTagErrorRows];

@@ -8,7 +8,6 @@
 namespace {
 
 const int kLongestName = 18;
-const int kExpressionRow = 62;
 const int kTags = kTagErrorRows - 1;
 
 // Names beside those of the settings table.
@@ -16,7 +15,7 @@ const struct {
     const char* name;
     int row;
 } second_names[] = {
-    {"expression", kExpressionRow},
+    {"expression", kExpressionTag},
     {"zpfuncreturn", 17},
     {"zpasync", 75},
 };
@@ -46,7 +45,7 @@ int TagLookup::Lookup(const char* name, int length) const
         if (Equals(lower, length, second.name))
             return second.row;
     for (int row = 0; row < kTags; ++row)
-        if (row != kExpressionRow && Equals(lower, length, tag_default_errorsettings[row].tag_name))
+        if (row != kExpressionTag && Equals(lower, length, tag_default_errorsettings[row].tag_name))
             return row;
     return -1;
 }

@@ -2,17 +2,21 @@
 
 #include <string.h>
 
+#include "app/LogParameter.h"
 #include "app/ZephApplication.h"
 #include "image/Dictionary.h"
 #include "image/Segment.h"
 #include "image/SegmentManager.h"
-#include "primitives/conversions.h"
 #include "variables/ImmutableVariable.h"
 #include "variables/VariableHash.h"
+#include "vm/DecodedCode.h"
+#include "vm/Feature.h"
 #include "vm/ZephVM_Frame.h"
 #include "vm/ZephVM_Stack.h"
 
 namespace {
+
+const int kNoOwner = 0;
 
 // The counter and the flags belong to the application, and its heartbeat thread
 // writes them under a mutex that the loop does not take.
@@ -21,33 +25,14 @@ int Polled(const int* flag)
     return __atomic_load_n(flag, __ATOMIC_RELAXED);
 }
 
-unsigned int Dword(const unsigned char* bytes)
-{
-    return bytes[0] | unsigned(bytes[1]) << 8 | unsigned(bytes[2]) << 16 | unsigned(bytes[3]) << 24;
-}
-
-double Double(const unsigned char* bytes)
-{
-    unsigned long long bits = Dword(bytes) | static_cast<unsigned long long>(Dword(bytes + 4))
-                                                 << 32;
-    double value;
-    memcpy(&value, &bits, sizeof value);
-    return value;
-}
-
-// The two bits that say what an operand is; 0 and 3 mean none.
-enum OperandForm {
-    kIntegerOperand = 1,
-    kDoubleOperand = 2
-};
-
 }  // namespace
 
 ZephVM::ZephVM(const char* path, int length, ZephApplication* application, Dictionary* dictionary,
                VariableHash* system_variables, VariableHash* global_variables,
-               SegmentManager* segments, FunctionManager*, ExternalCallManager*,
-               CommerceLibraryManager*, ExternalDatabaseLibraryManager*, LocalizedLanguages*,
-               LocalizedDictionary*, int* heartbeat, int* cancelled, int* exit_flag, ZephVM* parent)
+               SegmentManager* segments, FunctionManager* functions,
+               ExternalCallManager* external_calls, CommerceLibraryManager*,
+               ExternalDatabaseLibraryManager*, LocalizedLanguages*, LocalizedDictionary*,
+               int* heartbeat, int* cancelled, int* exit_flag, ZephVM* parent)
     : m_path(path, length),
       m_heartbeat(heartbeat || !parent ? heartbeat : parent->m_heartbeat),
       m_cancelled(cancelled || !parent ? cancelled : parent->m_cancelled),
@@ -57,6 +42,9 @@ ZephVM::ZephVM(const char* path, int length, ZephApplication* application, Dicti
       m_system_variables(system_variables),
       m_global_variables(global_variables),
       m_segments(segments),
+      m_functions(functions),
+      m_external_calls(external_calls),
+      m_features(kNoOwner),
       m_null(new NULLVariable),
       m_parent(parent)
 {
@@ -68,15 +56,18 @@ ZephVM::ZephVM(const char* path, int length, ZephApplication* application, Dicti
     m_segment = m_segments->Start()->number();
     if (m_parent)
         ++m_parent->m_refcount;
+    ReadTraceMask();
 }
 
 ZephVM::~ZephVM()
 {
+    DeleteFeatures();
     while (m_frame) {
         ZephVM_Frame* previous = m_frame->previous;
         delete m_frame;
         m_frame = previous;
     }
+    DeleteSpareFrames();
     m_null->DecRefCount();
     if (m_parent)
         m_parent->Release();
@@ -93,30 +84,9 @@ void ZephVM::Release()
         delete this;
 }
 
-// Takes one operand of the given form from `bytes`, which moves behind it.
-inline void ZephVM::Fetch(unsigned int form, const unsigned char** bytes, unsigned int* integer,
-                   double* real)
+// Every instruction by its handler. The operands have been taken.
+int ZephVM::Execute(unsigned int word)
 {
-    if (form == kIntegerOperand) {
-        *integer = Dword(*bytes);
-        *bytes += 4;
-    } else if (form == kDoubleOperand) {
-        *real = Double(*bytes);
-        *bytes += 8;
-    }
-}
-
-// Operands are taken by the word's bits alone, and may run past the end of the code:
-// every code buffer has spare zeros for that.
-inline int ZephVM::Dispatch()
-{
-    const unsigned char* bytes = m_code + m_pc;
-    unsigned int word = bytes[0] | unsigned(bytes[1]) << 8;
-    bytes += 2;
-    Fetch(word >> 14, &bytes, &m_a, &m_double_a);
-    Fetch(word >> 12 & 3, &bytes, &m_b, &m_double_b);
-    m_pc = unsigned(bytes - m_code);
-
     switch (word) {
 #define ZEPH_OP(word, name, handler) \
     case word:                       \
@@ -129,39 +99,40 @@ inline int ZephVM::Dispatch()
     return FatalError("Illegal Instruction");
 }
 
-// Before each instruction the loop reads the two flags that another thread or a
-// nested run may set, so that a cancelled script stops between any two of them.
-int ZephVM::Go()
-{
-    for (;;) {
-        if (Polled(m_cancelled))
-            return TimedOut();
-        if (m_last_heartbeat != Polled(m_heartbeat))
-            Heartbeat();
-        if (m_halted)
-            return 0;
-        if (*m_exit)
-            return 1;
-        if (m_segment != m_loaded_segment && !Set_Segment())
-            return 0;
-        m_instruction_offset = m_pc;
-        // In 64 bits: a jump may have left any value in the program counter.
-        // Running off the end of the code is how every run ends.
-        if (static_cast<unsigned long long>(m_pc) + 1 >= m_code_size)
-            return 1;
-        Dispatch();
-    }
-}
-
 int ZephVM::Set_Segment()
 {
     Segment* segment = m_segments->Get(m_segment);
     if (!segment)
         return FatalError("Invalid segment reference");
-    m_code = reinterpret_cast<const unsigned char*>(segment->code());
+    m_loaded = segment;
     m_code_size = unsigned(segment->size());
     m_loaded_segment = m_segment;
     return 1;
+}
+
+// The loaded code as steps, made when it is first entered.
+DecodedCode* ZephVM::Decoded()
+{
+    PreparedCode* prepared = m_loaded->prepared();
+    if (!prepared) {
+        const void* code = m_loaded->code();
+        prepared = new DecodedCode(static_cast<const unsigned char*>(code), m_code_size);
+        m_loaded->SetPrepared(prepared);
+    }
+    return static_cast<DecodedCode*>(prepared);
+}
+
+// Whether the run ends here, which it does in every frame but that of a filter: there the
+// end of the code is the filter's answer, and the tag says where to go on. A filter's frame
+// that waits for a function which native code called is at the end of that call.
+int ZephVM::EndOfSegment()
+{
+    if (m_frame->type() != ZephVM_Frame::kFilter || m_frame == m_calling_frame)
+        return 1;
+    ZephVM_FilterFrame* frame = static_cast<ZephVM_FilterFrame*>(m_frame);
+    int passed = m_stack->PopBool();
+    (this->*frame->resume)(passed);
+    return 0;
 }
 
 int ZephVM::TimedOut()
@@ -170,6 +141,8 @@ int ZephVM::TimedOut()
         return 0;
     m_halted = true;
     m_application->Notify_TimeoutError("Application timed out");
+    if (Logs(kLogTimedOut))
+        LogEvent(kLogTimedOut, {});
     return 0;
 }
 
@@ -178,4 +151,5 @@ void ZephVM::Heartbeat()
     m_last_heartbeat = Polled(m_heartbeat);
     if (m_parent)
         m_parent->Heartbeat();
+    HeartbeatFeatures();
 }

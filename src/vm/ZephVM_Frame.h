@@ -1,7 +1,9 @@
 #ifndef ZEPH_VM_ZEPHVM_FRAME_H
 #define ZEPH_VM_ZEPHVM_FRAME_H
 
+class Function;
 class VariableHash;
+class ZephVM;
 class ZephVM_Stack;
 
 // The record of one running call: where it returns to, whose variables are its
@@ -18,15 +20,17 @@ public:
     };
 
     ZephVM_Frame() {}
+    explicit ZephVM_Frame(Type type) : m_type(type) {}
     ZephVM_Frame(const ZephVM_Frame&) = delete;
     ZephVM_Frame& operator=(const ZephVM_Frame&) = delete;
     virtual ~ZephVM_Frame();
 
-    virtual int type() { return kRoot; }
+    virtual int type() { return m_type; }
     // Install a table or a stack, deleting the one that the frame owned.
     virtual void Set_LocalVariable_Hash(VariableHash* locals, bool own);
     virtual void Set_Stack(ZephVM_Stack* stack, bool own);
 
+    bool Is(Type type) const { return m_type == type; }
     VariableHash* locals() { return m_locals; }
     ZephVM_Stack* stack() { return m_stack; }
 
@@ -37,10 +41,49 @@ public:
     ZephVM_Frame* previous = nullptr;
 
 private:
+    Type m_type = kRoot;
     VariableHash* m_locals = nullptr;
     bool m_owns_locals = false;
     ZephVM_Stack* m_stack = nullptr;
     bool m_owns_stack = false;
+};
+
+// A running function of the image.
+class ZephVM_FunctionFrame : public ZephVM_Frame {
+public:
+    explicit ZephVM_FunctionFrame(Function* function)
+        : ZephVM_Frame(kFunction), m_function(function)
+    {
+    }
+
+    Function* function() { return m_function; }
+
+private:
+    Function* m_function;  // borrowed
+};
+
+// A filter that a tag runs over a record. It shares the stack and the locals of the frame
+// below it. At the end of its segment the machine pops a boolean and gives it to `resume`,
+// which sets the registers: back to the return position, which is the start of the filter,
+// or on to the second position when the filtered sequence has ended.
+class ZephVM_FilterFrame : public ZephVM_Frame {
+public:
+    using Resume = int (ZephVM::*)(int passed);
+
+    explicit ZephVM_FilterFrame(Resume resume_member)
+        : ZephVM_Frame(kFilter), resume(resume_member)
+    {
+    }
+
+    Resume resume;
+    int end_segment = -1;
+    int end_offset = -1;
+};
+
+// The outermost frame of an asynchronous task: a return in it ends the task.
+class ZephVM_AsyncFrame : public ZephVM_Frame {
+public:
+    ZephVM_AsyncFrame() : ZephVM_Frame(kAsync) {}
 };
 
 #endif

@@ -1,3 +1,5 @@
+// The stack itself, and the forms of a value that a pop may ask for. Texts are made, joined
+// and compared in ZephVM_Stack_text.cpp.
 #include "vm/ZephVM_Stack.h"
 
 #include <string.h>
@@ -5,48 +7,168 @@
 #include <utility>
 
 #include "primitives/conversions.h"
+#include "primitives/memcmpi.h"
 #include "variables/Variable.h"
+#include "variables/encoders.h"
+#include "vm/EntryText.h"
 #include "vm/ZephVM.h"
 
-ZephVM_Stack::ZephVM_Stack(ZephVM* vm, int capacity)
-    : m_vm(vm), m_entries(new Stack_Entry[size_t(capacity)]), m_capacity(capacity)
+namespace {
+
+const int kFirstEntries = 16;
+
+// Record numbers that stand for a word.
+const int kTopOfFile = -1;
+const int kBottomOfFile = -2;
+
+int IntegerOf(const Stack_Entry& entry)
 {
+    if (entry.kind == Stack_Entry::kInteger)
+        return entry.integer;
+    if (entry.kind == Stack_Entry::kDouble)
+        return Variable::Truncated(entry.real);
+    if (entry.kind == Stack_Entry::kVariable)
+        return entry.variable->value_integer();
+    EntryText text = TextInPlace(entry);
+    return stoi(text.data, text.length, nullptr);
 }
+
+double DoubleOf(const Stack_Entry& entry)
+{
+    if (entry.kind == Stack_Entry::kInteger)
+        return entry.integer;
+    if (entry.kind == Stack_Entry::kDouble)
+        return entry.real;
+    if (entry.kind == Stack_Entry::kVariable)
+        return entry.variable->value_double();
+    EntryText text = TextInPlace(entry);
+    return stod(text.data, text.length, text.capacity, nullptr);
+}
+
+bool TruthOf(const Stack_Entry& entry)
+{
+    if (entry.kind == Stack_Entry::kInteger)
+        return entry.integer != 0;
+    if (entry.kind == Stack_Entry::kDouble)
+        return entry.real != 0.0;
+    if (entry.kind == Stack_Entry::kVariable)
+        return entry.variable->IsTrue();
+    EntryText text = TextInPlace(entry);
+    return Variable::IsTrue(text.data, text.length);
+}
+
+bool IsNull(const Stack_Entry& entry)
+{
+    if (entry.kind == Stack_Entry::kString)
+        return entry.length == 0;
+    if (entry.kind == Stack_Entry::kLinkBuffer)
+        return entry.buffer->length() == 0;
+    return entry.kind == Stack_Entry::kVariable && entry.variable->IsNULL();
+}
+
+// Hands over what the entry owns.
+void StoreText(const Stack_Entry& entry, Variable* target)
+{
+    if (!entry.owned) {
+        EntryText text = TextInPlace(entry);
+        target->SetValue(text.data, text.length);
+        return;
+    }
+    int length, capacity, owned;
+    Stack_Entry used_up = entry;
+    const char* text = ZephVM_Stack::ConvertEntryToString(&used_up, &length, &capacity, &owned);
+    target->SetValue_Nocopy(const_cast<char*>(text), length, capacity);
+}
+
+void Store(const Stack_Entry& entry, Variable* target)
+{
+    if (entry.kind == Stack_Entry::kInteger) {
+        target->SetValue_Integer(entry.integer);
+    } else if (entry.kind == Stack_Entry::kDouble) {
+        target->SetValue_Double(entry.real);
+    } else if (entry.kind == Stack_Entry::kVariable) {
+        target->SetValue(*entry.variable);
+        if (entry.owned)
+            entry.variable->DecRefCount();
+    } else {
+        StoreText(entry, target);
+    }
+}
+
+bool IsWord(const char* text, int length, const char* word)
+{
+    return length == int(strlen(word)) && memcmpi(text, word, length) == 0;
+}
+
+int RecordNumber(const char* text, int length)
+{
+    if (IsWord(text, length, "top"))
+        return kTopOfFile;
+    if (IsWord(text, length, "bottom"))
+        return kBottomOfFile;
+    return stoi(text, length, nullptr);
+}
+
+}  // namespace
+
+ZephVM_Stack::ZephVM_Stack(ZephVM* vm, int capacity) : m_vm(vm), m_capacity(capacity) {}
 
 ZephVM_Stack::~ZephVM_Stack()
 {
     while (m_used > 0)
-        Release(&m_entries[--m_used]);
+        Release(m_entries[--m_used]);
     delete[] m_entries;
 }
 
 // The next free entry, or null after the fatal error.
-Stack_Entry* ZephVM_Stack::Room()
+inline Stack_Entry* ZephVM_Stack::Room()
 {
-    if (m_used < m_capacity)
-        return &m_entries[m_used++];
-    m_vm->FatalError("Stack overflow");
-    return nullptr;
+    if (m_used == m_allocated && !Grow())
+        return nullptr;
+    return &m_entries[m_used++];
 }
 
-// The top entry, taken off, or null after the fatal error. It stays readable until
-// the next push.
-Stack_Entry* ZephVM_Stack::Take()
+// Most stacks stay shallow, so the memory for the whole capacity is not taken at once.
+bool ZephVM_Stack::Grow()
 {
+    if (m_used >= m_capacity) {
+        m_vm->FatalError("Stack overflow");
+        return false;
+    }
+    int more = m_allocated == 0 ? kFirstEntries : m_allocated;
+    int rest = m_capacity - m_allocated;
+    int wanted = m_allocated + (more < rest ? more : rest);
+    Stack_Entry* entries = new Stack_Entry[size_t(wanted)];
     if (m_used > 0)
-        return &m_entries[--m_used];
-    m_vm->FatalError("Stack underflow");
-    return nullptr;
+        memcpy(entries, m_entries, size_t(m_used) * sizeof *entries);
+    delete[] m_entries;
+    m_entries = entries;
+    m_allocated = wanted;
+    return true;
 }
 
-void ZephVM_Stack::Release(Stack_Entry* entry)
+// The top entry, taken off; false after the fatal error. It is a copy, since the code
+// behind a variable's value may use this stack.
+inline bool ZephVM_Stack::Take(Stack_Entry* entry)
 {
-    if (!entry->owned)
+    if (m_used == 0) {
+        m_vm->FatalError("Stack underflow");
+        return false;
+    }
+    *entry = m_entries[--m_used];
+    return true;
+}
+
+void ZephVM_Stack::Release(const Stack_Entry& entry)
+{
+    if (!entry.owned)
         return;
-    if (entry->kind == Stack_Entry::kString)
-        delete[] entry->string;
-    else if (entry->kind == Stack_Entry::kVariable)
-        entry->variable->DecRefCount();
+    if (entry.kind == Stack_Entry::kString)
+        delete[] entry.string;
+    else if (entry.kind == Stack_Entry::kVariable)
+        entry.variable->DecRefCount();
+    else if (entry.kind == Stack_Entry::kLinkBuffer)
+        delete entry.buffer;
 }
 
 void ZephVM_Stack::PushI(int value)
@@ -57,6 +179,16 @@ void ZephVM_Stack::PushI(int value)
     entry->kind = Stack_Entry::kInteger;
     entry->owned = 0;
     entry->integer = value;
+}
+
+void ZephVM_Stack::PushD(double value)
+{
+    Stack_Entry* entry = Room();
+    if (!entry)
+        return;
+    entry->kind = Stack_Entry::kDouble;
+    entry->owned = 0;
+    entry->real = value;
 }
 
 void ZephVM_Stack::PushS(const char* text, int length, int capacity, int owned)
@@ -72,6 +204,19 @@ void ZephVM_Stack::PushS(const char* text, int length, int capacity, int owned)
     entry->string = text;
     entry->length = length;
     entry->capacity = capacity;
+}
+
+void ZephVM_Stack::PushLinkBuffer(LinkBuffer* buffer, int owned)
+{
+    Stack_Entry* entry = Room();
+    if (!entry) {
+        if (owned)
+            delete buffer;
+        return;
+    }
+    entry->kind = Stack_Entry::kLinkBuffer;
+    entry->owned = owned != 0;
+    entry->buffer = buffer;
 }
 
 void ZephVM_Stack::PushV(Variable* variable, int addref, int owned)
@@ -94,82 +239,83 @@ void ZephVM_Stack::PushV(Variable* variable, int addref, int owned)
     entry->variable = variable;
 }
 
+void ZephVM_Stack::Push(ZephVM_Stack* source, int count)
+{
+    if (static_cast<long long>(m_used) - 1 + count == m_capacity) {
+        m_vm->FatalError("Stack overflow");
+        return;
+    }
+    if (source->m_used < count) {
+        m_vm->FatalError("Stack underflow");
+        return;
+    }
+    for (; count > 0; --count) {
+        Stack_Entry entry;
+        source->Take(&entry);
+        Stack_Entry* room = Room();
+        if (!room) {
+            ++source->m_used;
+            return;
+        }
+        if (entry.kind == Stack_Entry::kVariable && !entry.owned) {
+            entry.variable->IncRefCount();
+            entry.owned = 1;
+        }
+        *room = entry;
+    }
+}
+
 int ZephVM_Stack::PopI()
 {
-    Stack_Entry* entry = Take();
-    if (!entry)
+    Stack_Entry entry;
+    if (!Take(&entry))
         return 0;
-    int value = 0;
-    switch (entry->kind) {
-        case Stack_Entry::kInteger:
-            return entry->integer;
-        case Stack_Entry::kString:
-            value = stoi(entry->string, entry->length, nullptr);
-            break;
-        case Stack_Entry::kVariable:
-            value = entry->variable->value_integer();
-            break;
-    }
+    int value = IntegerOf(entry);
+    Release(entry);
+    return value;
+}
+
+double ZephVM_Stack::PopD()
+{
+    Stack_Entry entry;
+    if (!Take(&entry))
+        return 0.0;
+    double value = DoubleOf(entry);
     Release(entry);
     return value;
 }
 
 const char* ZephVM_Stack::PopS(int* length, int* capacity, int* owned)
 {
-    int unused;
-    if (!capacity)
-        capacity = &unused;
-    *length = *capacity = *owned = 0;
-    Stack_Entry* entry = Take();
-    if (!entry)
-        return nullptr;
-    switch (entry->kind) {
-        case Stack_Entry::kInteger:
-            *owned = 1;
-            return itos(entry->integer, length, capacity);
-        case Stack_Entry::kString:
-            *length = entry->length;
-            *capacity = entry->capacity;
-            *owned = entry->owned;
-            return entry->string;
-        case Stack_Entry::kVariable:
-            return VariableText(entry, length, capacity, owned);
-    }
-    return nullptr;
+    *length = *owned = 0;
+    if (capacity)
+        *capacity = 0;
+    Stack_Entry entry;
+    return Take(&entry) ? ConvertEntryToString(&entry, length, capacity, owned) : nullptr;
 }
 
-// A variable that the entry alone keeps alive is about to end, so its text is
-// copied; any other lends its own.
-const char* ZephVM_Stack::VariableText(Stack_Entry* entry, int* length, int* capacity, int* owned)
+char* ZephVM_Stack::PopS_NS(int* length, int* capacity, int* owned)
 {
-    Variable* variable = entry->variable;
-    const String& value = variable->value();
-    *length = value.length();
-    if (!entry->owned || variable->refcount() >= 2) {
-        *capacity = *length;
-        if (entry->owned)
-            variable->DecRefCount();
-        return value.data();
-    }
-    *capacity = *length + 1;
+    const char* text = PopS(length, capacity, owned);
+    if (!text)
+        return nullptr;
+    char* stripped = StripNULLs(text, *length, length, capacity);
+    if (*owned)
+        delete[] text;
     *owned = 1;
-    char* copy = new char[size_t(*length) + 1];
-    memcpy(copy, value.data(), size_t(*length));
-    copy[*length] = 0;
-    variable->DecRefCount();
-    return copy;
+    return stripped;
 }
 
 int ZephVM_Stack::PopV(Variable** out, int* owned)
 {
     *out = nullptr;
     *owned = 0;
-    Stack_Entry* entry = Take();
-    if (!entry)
+    Stack_Entry entry;
+    if (!Take(&entry))
         return 0;
-    if (entry->kind == Stack_Entry::kVariable) {
-        *out = entry->variable;
-        *owned = entry->owned;
+    if (entry.kind == Stack_Entry::kVariable) {
+        *out = entry.variable;
+        *owned = entry.owned;
         return 1;
     }
     Release(entry);
@@ -183,31 +329,50 @@ int ZephVM_Stack::PopV(Variable* target)
         m_vm->FatalError("Invalid variable reference");
         return 0;
     }
-    Stack_Entry* entry = Take();
-    if (!entry)
+    Stack_Entry entry;
+    if (!Take(&entry))
         return 0;
-    switch (entry->kind) {
-        case Stack_Entry::kInteger:
-            target->SetValue_Integer(entry->integer);
-            return 1;
-        case Stack_Entry::kString:
-            if (!entry->owned)
-                target->SetValue(entry->string, entry->length);
-            else
-                target->SetValue_Nocopy(const_cast<char*>(entry->string), entry->length,
-                                        entry->capacity);
-            return 1;
-        case Stack_Entry::kVariable:
-            target->SetValue(*entry->variable);
-            break;
-    }
-    Release(entry);
+    Store(entry, target);
     return 1;
+}
+
+bool ZephVM_Stack::PopBool()
+{
+    Stack_Entry entry;
+    if (!Take(&entry))
+        return false;
+    bool truth = TruthOf(entry);
+    Release(entry);
+    return truth;
+}
+
+bool ZephVM_Stack::PopNull()
+{
+    Stack_Entry entry;
+    if (!Take(&entry))
+        return false;
+    bool is_null = IsNull(entry);
+    Release(entry);
+    return is_null;
+}
+
+int ZephVM_Stack::PopDBPosition()
+{
+    Stack_Entry* top = Peek();
+    if (!top || top->kind == Stack_Entry::kInteger || top->kind == Stack_Entry::kDouble)
+        return PopI();
+    int length, owned;
+    const char* text = PopS(&length, nullptr, &owned);
+    int position = RecordNumber(text, length);
+    if (owned)
+        delete[] text;
+    return position;
 }
 
 void ZephVM_Stack::Pop()
 {
-    if (Stack_Entry* entry = Take())
+    Stack_Entry entry;
+    if (Take(&entry))
         Release(entry);
 }
 

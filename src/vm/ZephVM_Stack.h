@@ -1,25 +1,32 @@
 #ifndef ZEPH_VM_ZEPHVM_STACK_H
 #define ZEPH_VM_ZEPHVM_STACK_H
 
+#include "variables/DirectValue.h"
+
+class LinkBuffer;
 class Variable;
 class ZephVM;
 
-// One value in flight. An owned string is a new[] array, an owned variable is one
-// reference count; what is not owned is borrowed from the dictionary, a variable or
-// another entry, and need not be NUL-terminated.
+// One value in flight. An owned string is a new[] array with a NUL, an owned variable is
+// one reference count, an owned link buffer is deleted; what is not owned is borrowed
+// from the dictionary, a variable or another entry, and need not be NUL-terminated.
 struct Stack_Entry {
     enum Kind {
         kInteger = 0,
+        kDouble = 1,
         kString = 2,
-        kVariable = 3
+        kVariable = 3,
+        kLinkBuffer = 4
     };
 
     int kind;
     unsigned char owned;
     union {
         int integer;
+        double real;
         const char* string;
         Variable* variable;
+        LinkBuffer* buffer;
     };
     int length;    // of a string, in bytes
     int capacity;  // of a string's array, in bytes
@@ -29,8 +36,9 @@ struct Stack_Entry {
 // are popped, to the form that the popping instruction asks for. A constant that is
 // pushed and written is therefore never copied.
 //
-// The capacity is fixed. A fault is a fatal error of the machine that owns the
-// stack; the operation then gives a zero value and the caller goes on to its end.
+// The capacity is fixed; memory is taken as the stack deepens. A fault is a fatal error
+// of the machine that owns the stack; the operation then gives a zero value and the
+// caller goes on to its end.
 class ZephVM_Stack {
 public:
     // What a frame's stack holds; scripts can rely on it, and run into it.
@@ -39,6 +47,7 @@ public:
     ZephVM_Stack(ZephVM* vm, int capacity);
     ZephVM_Stack(const ZephVM_Stack&) = delete;
     ZephVM_Stack& operator=(const ZephVM_Stack&) = delete;
+    // Releases what is left, from the top down.
     virtual ~ZephVM_Stack();
 
     int Entries() const { return m_used; }
@@ -46,39 +55,110 @@ public:
     // "Stack overflow" leaves the stack as it was; what was to be pushed as owned
     // is released.
     void PushI(int value);
+    void PushD(double value);
     void PushS(const char* text, int length, int capacity, int owned);
+    void PushLinkBuffer(LinkBuffer* buffer, int owned);
     // With `addref` a count is taken first; a null variable is the fatal "Invalid
     // variable reference".
     void PushV(Variable* variable, int addref, int owned);
+    // Moves entries from the top of another stack one by one, so that their order turns
+    // around. A borrowed variable becomes owned. Whether there is room is asked once, by
+    // an equality that a count above 1 can pass over, on purpose; what then finds no room
+    // is a "Stack overflow" all the same.
+    void Push(ZephVM_Stack* source, int count);
 
     // On an empty stack: "Stack underflow", a zero value, and `owned` set to 0.
     int PopI();
+    double PopD();
     // With `owned` set the array is the caller's. `capacity` may be null.
     const char* PopS(int* length, int* capacity, int* owned);
+    // For names that go to the operating system: always a new array, without NUL bytes.
+    char* PopS_NS(int* length, int* capacity, int* owned);
     // The variable itself; 1 on success. Any other kind is released and fatal:
     // "Expected variable, found constant".
     int PopV(Variable** out, int* owned);
     // Stores the value in `target`; a null target is the fatal "Invalid variable
     // reference" and pops nothing. 1 on success.
     int PopV(Variable* target);
+    // Truth as Variable::IsTrue has it.
+    bool PopBool();
+    // Whether it is the empty text or a variable that is NULL.
+    bool PopNull();
+    // A record number; -1 and -2 for the words "top" and "bottom" in any letter case.
+    int PopDBPosition();
     void Pop();
 
-    // The top entry, or null.
+    // The usual cases, without a call: store a number that is on top in a plain variable, and
+    // move what is on top of another stack, but for a borrowed variable. False, with nothing
+    // done, for any other.
+    bool PopNumber(Variable* target)
+    {
+        if (m_used == 0)
+            return false;
+        const Stack_Entry& entry = m_entries[m_used - 1];
+        bool is_set = false;
+        if (entry.kind == Stack_Entry::kDouble)
+            is_set = DirectValue::SetDouble(target, entry.real);
+        else if (entry.kind == Stack_Entry::kInteger)
+            is_set = DirectValue::SetInteger(target, entry.integer);
+        m_used -= is_set;
+        return is_set;
+    }
+    bool TakeTop(ZephVM_Stack* source)
+    {
+        if (source->m_used == 0 || m_used >= m_allocated)
+            return false;
+        const Stack_Entry& entry = source->m_entries[source->m_used - 1];
+        if (entry.kind == Stack_Entry::kVariable && !entry.owned)
+            return false;
+        m_entries[m_used++] = entry;
+        --source->m_used;
+        return true;
+    }
+    // Releases all entries, from the top down.
+    void Clear()
+    {
+        while (m_used > 0) {
+            Stack_Entry entry = m_entries[--m_used];
+            Release(entry);
+        }
+    }
+
+    // The top entry, or null. Valid until the next push.
     Stack_Entry* Peek() { return m_used > 0 ? &m_entries[m_used - 1] : nullptr; }
     // Exchanges the entries at two depths, 0 being the top.
     void Swap(int a, int b);
     // Pushes a copy of the top that owns nothing: valid while the original lives.
     void Dupe();
+    // Take two entries off, the lower one being the left one. Compare gives -1, 0 or 1:
+    // as numbers if both are, NaN being greater than anything on either side; else as
+    // bytes. Concatenate pushes one text: flat while both are borrowed, else a link
+    // buffer that was built upon a temporary.
+    int Compare();
+    void Concatenate();
+
+    // The text of an entry, which is used up. With `owned` set the array is the caller's.
+    // `capacity` may be null. Null for an unknown kind.
+    static const char* ConvertEntryToString(Stack_Entry* entry, int* length, int* capacity,
+                                            int* owned);
+    // The same as a link buffer that the caller owns.
+    static LinkBuffer* ConvertEntryToDeletableLinkBuffer(Stack_Entry* entry);
+
+    // Prints the entries to standard output, for a person at a debugger.
+    void Dump_Stack();
 
 private:
-    Stack_Entry* Room();
-    Stack_Entry* Take();
-    static void Release(Stack_Entry* entry);
-    static const char* VariableText(Stack_Entry* entry, int* length, int* capacity, int* owned);
+    friend class ZephVM;  // the loop pushes and pops without calls
 
-    ZephVM* m_vm;            // borrowed
-    Stack_Entry* m_entries;  // owned, m_capacity long
+    Stack_Entry* Room();
+    bool Grow();
+    bool Take(Stack_Entry* entry);
+    static void Release(const Stack_Entry& entry);
+
+    ZephVM* m_vm;                      // borrowed
+    Stack_Entry* m_entries = nullptr;  // owned, m_allocated long; null until the first push
     int m_capacity;
+    int m_allocated = 0;
     int m_used = 0;
 };
 

@@ -1,9 +1,6 @@
-// Instructions that steer the run: jumps, exit, source positions, and the fused
-// forms that a compiler emits for loops on globals.
+// Instructions that steer the run: jumps, exit and source positions.
 
-#include <signal.h>
-
-#include "variables/VariableHash.h"
+#include "app/LogParameter.h"
 #include "vm/ZephVM.h"
 #include "vm/ZephVM_Stack.h"
 
@@ -69,15 +66,25 @@ int ZephVM::exit()
     return 1;
 }
 
+// A line is traced when it is reached from another one.
 int ZephVM::lineno()
 {
     m_line = int(m_a);
+    if (m_trace_mask & kLogTrace && m_line != m_traced_line) {
+        m_traced_line = m_line;
+        if (Logs(kLogTrace))
+            LogEvent(kLogTrace, {});
+    }
     return 1;
 }
 
 int ZephVM::sourcefile()
 {
+    if (m_source_index != int(m_a))
+        m_traced_line = 0;
     m_source_index = int(m_a);
+    m_source_name = nullptr;
+    m_source_length = 0;
     return 1;
 }
 
@@ -87,48 +94,4 @@ int ZephVM::tagerror()
     if (m_a < unsigned(kTagErrorRows))
         m_error_settings[m_a].setting = int(m_b);
     return 1;
-}
-
-// The global in a slot, made where it is missing; null after the fatal error of a
-// slot that does not exist.
-Variable* ZephVM::Global(unsigned int slot)
-{
-    Variable* variable = m_global_variables->Index(int(slot), 1);
-    if (!variable)
-        FatalError("Invalid variable reference");
-    return variable;
-}
-
-int ZephVM::incg()
-{
-    Variable* variable = Global(m_a);
-    if (!variable)
-        return 0;
-    return variable->SetValue_Integer(int(unsigned(variable->value_integer()) + m_b));
-}
-
-// There is no test of the divisor, on purpose: division by zero is the machine's
-// arithmetic trap and ends the process. The trap is raised here by name, since the
-// language gives the compiler leave to drop a division that cannot succeed.
-int ZephVM::modgg()
-{
-    Variable* left = Global(m_a);
-    Variable* right = Global(m_b);
-    if (!left || !right)
-        return 0;
-    int dividend = left->value_integer();
-    int divisor = right->value_integer();
-    if (divisor == 0 || (divisor == -1 && unsigned(dividend) == 0x80000000u)) {
-        signal(SIGFPE, SIG_DFL);
-        raise(SIGFPE);
-        return 0;
-    }
-    m_stack->PushI(dividend % divisor);
-    return 1;
-}
-
-int ZephVM::storegi()
-{
-    Variable* variable = Global(m_a);
-    return variable ? variable->SetValue_Integer(int(m_b)) : 0;
 }

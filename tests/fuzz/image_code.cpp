@@ -5,7 +5,10 @@
 
 #include "../unit/vm/TestApplication.h"
 #include "FuzzTarget.h"
+#include "config/ExternalCall.h"
+#include "config/UNIXExternalLibrary.h"
 #include "image/Dictionary.h"
+#include "image/Function.h"
 #include "image/FunctionManager.h"
 #include "image/LocalizedDictionary.h"
 #include "image/LocalizedLanguages.h"
@@ -63,6 +66,16 @@ void SetCode(Segment* segment, const uint8_t* bytes, size_t size)
     new (segment) Segment(number, code, int(size), int(size));
 }
 
+// Functions of each kind, with their entry points at places of the code.
+void AddFunctions(FunctionManager* functions, int size)
+{
+    functions->Function_Add(0, 0, "start", -1, "", -1, Function::kSetsOutputBit0);
+    functions->Function_Add(0, size / 2, "middle", -1, "a,b var", -1, Function::kInheritsOutput);
+    functions->Function_Add(0, size, "end", -1, "a", -1, Function::kClearsErrorBit2);
+    functions->Function_Add(-1, -1, "nowhere", -1, "", -1, 0);
+    functions->Function_Add("external", -1, 0);
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size)
@@ -82,6 +95,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size)
     SegmentManager segments;
     SetCode(segments.Start(), bytes, size);
     FunctionManager functions(&dictionary, 8);
+    AddFunctions(&functions, int(size));
+    UNIXExternalLibraryManager libraries;
+    ExternalCallManager calls(&libraries);
     LocalizedLanguages languages(&application, &dictionary, nullptr, 12, 8);
     LocalizedDictionary localized;
     int heartbeat = 1;
@@ -89,8 +105,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size)
 
     RunClock clock;
     ZephVM* vm = new ZephVM("/www/x.zpc", -1, &application, &dictionary, &systems, &globals,
-                            &segments, &functions, nullptr, nullptr, nullptr, &languages,
-                            &localized, &heartbeat, &cancelled, &exited, nullptr);
+                            &segments, &functions, &calls, nullptr, nullptr, &languages, &localized,
+                            &heartbeat, &cancelled, &exited, nullptr);
     vm->Go();
     vm->Shutdown();
     return 0;

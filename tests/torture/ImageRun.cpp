@@ -7,7 +7,9 @@
 
 #include "KnownTexts.h"
 #include "app/Output.h"
-#include "app/ZephApplication.h"
+#include "app/VMApplication.h"
+#include "config/ExternalCall.h"
+#include "config/UNIXExternalLibrary.h"
 #include "files/File.h"
 #include "files/UNIXFileManager.h"
 #include "image/Dictionary.h"
@@ -56,7 +58,7 @@ public:
 };
 
 // An application that has files and an output, and nothing else.
-class RunApplication : public ZephApplication {
+class RunApplication : public VMApplication {
 public:
     explicit RunApplication(FileManager* files) : m_files(files) {}
 
@@ -146,7 +148,7 @@ public:
     {
         ZephVM* vm =
             new ZephVM(kName, -1, m_application, &m_dictionary, &m_system, &m_global, &m_segments,
-                       &m_functions, nullptr, nullptr, nullptr, &m_languages, &m_localized,
+                       &m_functions, &m_calls, nullptr, nullptr, &m_languages, &m_localized,
                        m_application->heartbeat(), m_application->cancelled_flag(),
                        m_application->exit_flag(), nullptr);
         running_flag = m_application->cancelled_flag();
@@ -183,6 +185,8 @@ private:
     VariableHash m_global{&m_dictionary, kVariableBits, kVariableBlock};
     SegmentManager m_segments;
     FunctionManager m_functions{&m_dictionary, kFunctionBits};
+    UNIXExternalLibraryManager m_libraries;
+    ExternalCallManager m_calls{&m_libraries};
     LocalizedLanguages m_languages;
     LocalizedDictionary m_localized;
 };

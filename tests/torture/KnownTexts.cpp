@@ -48,11 +48,26 @@ const char* const kReaderTexts[] = {
 };
 
 const char* const kFatalTexts[] = {
-    "Invalid segment reference", "Invalid dictionary reference",
-    "Illegal Instruction",       "Invalid variable reference",
-    "Stack underflow",           "Stack overflow",
-    "Invalid stack reference",   "Expected variable, found constant",
+    "Invalid segment reference",
+    "Invalid dictionary reference",
+    "Illegal Instruction",
+    "Invalid variable reference",
+    "Stack underflow",
+    "Stack overflow",
+    "Invalid stack reference",
+    "Expected variable, found constant",
+    "Invalid function call",
+    "Return outside of function",
+    "Frame underflow",
+    "Invalid parameter reference",
+    "System variable stack underflow",
+    "Array index must be positive integer",
+    "Number of parameters mismatch in call to external function",
+    "Parameter type mismatch in call to external function",
 };
+
+// The name of the function follows, and may be any bytes.
+const char kUnresolved[] = ": Unresolved call to external function '";
 
 bool EndsWith(const std::string& text, const std::string& end)
 {
@@ -75,8 +90,11 @@ bool IsMachineText(const std::string& text)
 {
     if (text == "Application timed out")
         return true;
-    if (text.find("Fatal error in image.zpc @ [") == std::string::npos)
+    if (text.find("Fatal error in image.zpc @ [") == std::string::npos &&
+        text.find("Runtime error in image.zpc @ [") == std::string::npos)
         return false;
+    if (text.find(kUnresolved) != std::string::npos && EndsWith(text, "'\n"))
+        return true;
     for (const char* known : kFatalTexts)
         if (EndsWith(text, std::string(": ") + known + "\n"))
             return true;

@@ -56,8 +56,10 @@ class Form:
         without = head + b"\r\n" + body
         if self.stage != "run":
             return [without]
-        is_error = body.endswith(b"\n") and b"Fatal error in image.zpc @ [" in body
-        return [without if is_error else with_length]
+        # An error that is shown sends the page on its way; a fatal one is the last text.
+        is_fatal = body.endswith(b"\n") and b"Fatal error in image.zpc @ [" in body
+        is_shown = is_fatal or b"Runtime error in image.zpc @ [" in body
+        return [without if is_shown else with_length]
 
 
 def make_forms(program: pathlib.Path, sample: int, images: list[str], folder: str) -> list[Form]:

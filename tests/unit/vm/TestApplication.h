@@ -4,8 +4,10 @@
 #include <string>
 #include <vector>
 
+#include "app/LogParameter.h"
 #include "app/Output.h"
-#include "app/ZephApplication.h"
+#include "app/VMApplication.h"
+#include "variables/Variable.h"
 
 // Keeps what is written, and which way it came.
 class RecordingOutput : public Output {
@@ -34,13 +36,20 @@ public:
     int* limit_flag = nullptr;  // set when the limit is passed
 };
 
-// An application without a process around it: it records output and errors, and has
-// neither files nor settings.
-class TestApplication : public ZephApplication {
+// A runtime error as the application hears of it.
+struct RecordedError {
+    int tag;
+    std::string text;
+    bool shown;
+};
+
+// An application without a process around it: it records output, errors and log lines,
+// and has no files, and settings only where a test gives it some.
+class TestApplication : public VMApplication {
 public:
     FileManager* filemanager() override { return nullptr; }
     ExternalLibraryManager* librarymanager() override { return nullptr; }
-    Config* config() override { return nullptr; }
+    Config* config() override { return settings; }
     const char* basename() override { return "test"; }
     const char* hostname() override { return "localhost"; }
     const char* lasterror() override { return "Unknown error"; }
@@ -79,13 +88,43 @@ public:
     {
         timeouts.emplace_back(text.data(), size_t(text.length()));
     }
+    void Notify_RuntimeError(int tag, const String& text, bool show) override
+    {
+        runtime_errors.push_back({tag, {text.data(), size_t(text.length())}, show});
+    }
+    void Log(unsigned int event, LogParameter* parameters) override
+    {
+        std::string line = Log_Description(event);
+        for (; parameters->type != LogParameter::kEnd; ++parameters)
+            line += "|" + Rendered(*parameters);
+        log.push_back(line);
+    }
+    void SuppressLog(bool suppressed) { m_log_suppressed = suppressed; }
 
     RecordingOutput recorded;
+    Config* settings = nullptr;  // borrowed
+    std::vector<std::string> log;
+    std::vector<RecordedError> runtime_errors;
     std::vector<std::string> errors;
     std::vector<std::string> fatal_errors;
     std::vector<std::string> timeouts;
 
 private:
+    static std::string Rendered(const LogParameter& parameter)
+    {
+        switch (parameter.type) {
+            case LogParameter::kText:
+                return String(parameter.text, parameter.length).data();
+            case LogParameter::kInteger:
+                return std::to_string(parameter.integer);
+            case LogParameter::kDouble:
+                return std::to_string(parameter.real);
+            case LogParameter::kVariable:
+                return "variable " + std::string(parameter.variable->value().data());
+        }
+        return "?";
+    }
+
     Output* m_output = &recorded;
     String m_user{"0"};
 };

@@ -2,11 +2,14 @@
 #define ZEPH_TESTS_UNIT_VM_TESTMACHINE_H
 
 #include <gtest/gtest.h>
+#include <string.h>
 
 #include <new>
 #include <string>
 
 #include "TestApplication.h"
+#include "config/ExternalCall.h"
+#include "config/UNIXExternalLibrary.h"
 #include "image/Dictionary.h"
 #include "image/FunctionManager.h"
 #include "image/LocalizedDictionary.h"
@@ -39,15 +42,65 @@ inline std::string Op(int word, int a, int b)
     return Op(word) + Integer(a) + Integer(b);
 }
 
+inline std::string OpDouble(int word, double operand)
+{
+    char bytes[sizeof operand];
+    memcpy(bytes, &operand, sizeof operand);
+    return Op(word) + std::string(bytes, sizeof operand);
+}
+
 enum Words {
     kNoop = 0x0000,
+    kPushN = 0x0009,
     kPop = 0x000B,
+    kPopN = 0x0011,
+    kSPush = 0x0013,
+    kSPop = 0x0014,
     kOut = 0x0015,
+    kAdd = 0x0016,
+    kSub = 0x0017,
+    kCat = 0x0018,
+    kBitAnd = 0x0019,
+    kBitOr = 0x001A,
+    kBitXor = 0x001B,
+    kBitOc = 0x001C,
+    kBitSl = 0x001D,
+    kBitSr = 0x001E,
+    kDiv = 0x001F,
+    kMul = 0x0020,
+    kMod = 0x0021,
+    kRoundS = 0x0022,
+    kCrypt = 0x0023,
+    kPow = 0x0024,
+    kRoundF = 0x0025,
+    kCmp = 0x002C,
+    kAnd = 0x002D,
+    kOr = 0x002E,
+    kIn = 0x002F,
+    kCin = 0x0030,
+    kEin = 0x0031,
+    kEcin = 0x0032,
+    kEq = 0x0033,
+    kNe = 0x0034,
+    kGe = 0x0035,
+    kLe = 0x0036,
+    kLt = 0x0037,
+    kGt = 0x0038,
+    kNot = 0x0039,
     kDup = 0x003A,
+    kRet = 0x003B,
+    kRetN = 0x003C,
+    kElem = 0x003E,
+    kElemReadonly = 0x003F,
+    kMemb = 0x0040,
+    kMembReadonly = 0x0041,
     kStore = 0x0042,
     kExit = 0x0043,
     kOutComp = 0x0051,
     kErrMsg = 0x0052,
+    kPopRN = 0x0055,
+    kRefer = 0x0057,
+    kIsNull = 0x005A,
     kSwap = 0x005B,
     kSecondExit = 0x0116,
     kPushC = 0x4001,
@@ -55,9 +108,11 @@ enum Words {
     kPushS = 0x4004,
     kPushG = 0x4005,
     kPushL = 0x4006,
+    kPushNC = 0x400A,
     kPopS = 0x400C,
     kPopG = 0x400D,
     kPopL = 0x400E,
+    kPopNC = 0x4012,
     kJmp = 0x4025,
     kJmpEq = 0x4026,
     kJmpLt = 0x4027,
@@ -65,15 +120,22 @@ enum Words {
     kJmpLe = 0x4029,
     kJmpGe = 0x402A,
     kJmpNe = 0x402B,
+    kCall = 0x403D,
     kLineNo = 0x4044,
     kSourceFile = 0x404A,
     kErrOutput = 0x404C,
     kStdOutput = 0x4050,
+    kPopRG = 0x4053,
+    kPopRL = 0x4054,
+    kPopRNC = 0x4056,
     kTagError = 0x504B,
     kSwapN = 0x505C,
+    kCmpGG = 0x5301,
+    kCmpGI = 0x5302,
     kIncG = 0x5303,
     kModGG = 0x5304,
-    kStoreGI = 0x5305
+    kStoreGI = 0x5305,
+    kPushF = 0x8003
 };
 
 // One machine over an image made in memory: dictionary entries 0 "alpha" to 3 "x.zp",
@@ -101,8 +163,8 @@ protected:
     ZephVM* Make(ZephVM* parent, int* beat, int* cancel, int* leave)
     {
         return new ZephVM("/www/x.zpc", -1, &application, &dictionary, &systems, &globals,
-                          &segments, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, beat,
-                          cancel, leave, parent);
+                          &segments, &functions, external_calls, nullptr, nullptr, nullptr, nullptr,
+                          beat, cancel, leave, parent);
     }
     void End()
     {
@@ -154,6 +216,10 @@ protected:
     SystemVariableHash systems{&dictionary, 12, 512};
     VariableHash globals{&dictionary, 12, 512};
     SegmentManager segments;
+    FunctionManager functions{&dictionary, 8};
+    UNIXExternalLibraryManager libraries;
+    ExternalCallManager calls{&libraries};
+    ExternalCallManager* external_calls = &calls;
     int heartbeat = 0;
     int cancelled = 0;
     int exited = 0;

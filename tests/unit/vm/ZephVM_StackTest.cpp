@@ -479,6 +479,8 @@ TEST_F(StackTest, DupeOfNothingIsAnUnderflowBeforeAnOverflow)
 
 TEST_F(StackTest, PoppedTextIsFreedAtTheEndOfTheBlock)
 {
+    m_stack.PushI(1);
+    m_stack.Pop();
     long before = LiveArrays();
     m_stack.PushI(1234);
     EXPECT_EQ(PopText(), "1234");

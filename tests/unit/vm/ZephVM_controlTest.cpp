@@ -181,8 +181,8 @@ TEST_F(ControlTest, StoreOfAnImmediateSetsTheGlobal)
 
 TEST_F(ControlTest, TagErrorSetsTheRowOfThisMachineOnly)
 {
-    Run(Op(kTagError, 0, 2) + Op(kTagError, 75, 9) + Op(kTagError, 76, 5) +
-        Op(kTagError, 77, 6) + Op(kTagError, -1, 7));
+    Run(Op(kTagError, 0, 2) + Op(kTagError, 75, 9) + Op(kTagError, 76, 5) + Op(kTagError, 77, 6) +
+        Op(kTagError, -1, 7));
     EXPECT_EQ(vm()->error_setting(0).setting, 2);
     EXPECT_EQ(vm()->error_setting(75).setting, 9);
     EXPECT_EQ(vm()->error_setting(76).setting, 5);

@@ -1,4 +1,4 @@
-// What the machine writes: text, flags, and the words of a fatal error.
+// What the machine writes: text and flags.
 #include <limits.h>
 
 #include "LiveArrays.h"
@@ -75,65 +75,6 @@ TEST_F(MachineOutputTest, ErrorOutputFlagsGoToTheFrame)
     EXPECT_EQ(application.recorded.flags(), 0);
 }
 
-TEST_F(MachineOutputTest, FatalErrorNamesPathSegmentAndOffset)
-{
-    EXPECT_EQ(ErrorOf(Op(kPop)),
-              "Fatal error in /www/x.zpc @ [00000000:00000000]: Stack underflow\n");
-    segments.Start();
-    for (int i = 1; i <= 0x1F; ++i)
-        segments.Segment_Add();
-    segments.SetStart(0x1F);
-    std::string padding;
-    for (int i = 0; i < 0xABC / 2; ++i)
-        padding += Op(kNoop);
-    EXPECT_EQ(ErrorOf(padding + Op(kPop)),
-              "Fatal error in /www/x.zpc @ [0000001f:00000abc]: Stack underflow\n");
-}
-
-TEST_F(MachineOutputTest, FatalErrorNamesSourceFileAndLineWhereKnown)
-{
-    const struct {
-        const char* what;
-        std::string code;
-        const char* position;
-        const char* source;
-    } rows[] = {
-        {"both", Op(kSourceFile, 3) + Op(kLineNo, 12), "0000000c", "x.zp: Line 12: "},
-        {"line only", Op(kLineNo, 12), "00000006", "Line 12: "},
-        {"negative line", Op(kLineNo, -1), "00000006", "Line -1: "},
-        {"line of 0", Op(kSourceFile, 3) + Op(kLineNo, 0), "0000000c", "x.zp: "},
-        {"the last one", Op(kLineNo, 1) + Op(kSourceFile, 0) + Op(kSourceFile, 1), "00000012",
-         "beta: Line 1: "},
-        {"no source any more", Op(kSourceFile, 3) + Op(kSourceFile, -1), "0000000c", ""},
-        {"empty source", Op(kSourceFile, 4), "00000006", ""},
-        {"source out of range", Op(kSourceFile, dictionary.Entries()), "00000006", ""},
-        {"source far out of range", Op(kSourceFile, INT_MIN), "00000006", ""},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.what);
-        EXPECT_EQ(ErrorOf(row.code + Op(kPop)),
-                  "Fatal error in /www/x.zpc @ [00000000:" + std::string(row.position) +
-                      "]: " + row.source + "Stack underflow\n");
-    }
-}
-
-TEST_F(MachineOutputTest, ErrorPrefixStandsBeforeEveryError)
-{
-    EXPECT_EQ(ErrorOf(Op(kPushC, 0) + Op(kErrMsg) + Op(kPop)),
-              "alphaFatal error in /www/x.zpc @ [00000000:00000008]: Stack underflow\n");
-    EXPECT_EQ(ErrorOf(Op(kPushC, 0) + Op(kErrMsg) + Op(kPushC, 4) + Op(kErrMsg) + Op(kPop)),
-              "Fatal error in /www/x.zpc @ [00000000:00000010]: Stack underflow\n");
-}
-
-TEST_F(MachineOutputTest, AnUnderflowLeavesTheErrorPrefix)
-{
-    EXPECT_EQ(Run(Op(kPushC, 0) + Op(kErrMsg) + Op(kErrMsg)), 0);
-    application.fatal_errors.clear();
-    vm()->FatalError("again");
-    ASSERT_EQ(application.fatal_errors.size(), 1u);
-    EXPECT_EQ(application.fatal_errors[0].substr(0, 16), "alphaFatal error");
-}
-
 TEST_F(MachineOutputTest, AnEmptyTextReachesTheOutputAndAnUnderflowDoesNot)
 {
     EXPECT_EQ(Run(Op(kPushC, 4) + Op(kOut) + Op(kPushC, 4) + Op(kOutComp)), 1);
@@ -141,15 +82,6 @@ TEST_F(MachineOutputTest, AnEmptyTextReachesTheOutputAndAnUnderflowDoesNot)
     EXPECT_EQ(Run(Op(kOut)), 0);
     EXPECT_EQ(Run(Op(kOutComp)), 0);
     EXPECT_EQ(application.recorded.writes, 2);
-}
-
-TEST_F(MachineOutputTest, FatalErrorSetsNoVariableAndWritesNoOutput)
-{
-    int entries = globals.Entries();
-    ErrorOf(Op(kPop));
-    EXPECT_EQ(globals.Entries(), entries);
-    EXPECT_EQ(written(), "");
-    EXPECT_TRUE(application.errors.empty());
 }
 
 }  // namespace
