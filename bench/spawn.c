@@ -2,12 +2,16 @@
  * all alike, and in another order each round, since who runs behind a large process
  * finds the caches cold.
  *
- *   bench_spawn ROUNDS < CONTENDERS
+ *   bench_spawn ROUNDS [cpu] < CONTENDERS
  *
  * Each line of standard input names a contender: a label, a folder to start in and a
- * command, with tabs between and blanks within the command. The environment is
- * handed on. The output goes to /dev/null. Prints for each the median and the fastest
- * time, the ratio of the median to the first contender's, and the peak resident size. */
+ * command, with tabs between and blanks within the command. A fourth field is a factor for
+ * the times of a command that does only a part of the work. The environment is handed on.
+ * The output goes to /dev/null. Prints for each the median and the fastest time, the ratio
+ * of the median to the first contender's, and the peak resident size.
+ *
+ * Times are those of the clock on the wall, or with `cpu` the processor's, for user and
+ * system together. */
 #define _GNU_SOURCE
 #include <fcntl.h>
 #include <spawn.h>
@@ -26,6 +30,7 @@ struct contender {
     char* label;
     char* folder;
     char* words[kMostWords + 1];
+    double factor;
     double* seconds;
     long resident; /* KiB */
 };
@@ -43,6 +48,12 @@ static double now(void)
     return (double)time.tv_sec + (double)time.tv_nsec * 1e-9;
 }
 
+static double processor_time(const struct rusage* usage)
+{
+    return (double)(usage->ru_utime.tv_sec + usage->ru_stime.tv_sec) +
+           (double)(usage->ru_utime.tv_usec + usage->ru_stime.tv_usec) * 1e-6;
+}
+
 static int ascending(const void* left, const void* right)
 {
     double a = *(const double*)left;
@@ -58,6 +69,8 @@ static void parse(struct contender* contender, int rounds)
     char* command = strtok(NULL, "\t");
     if (!command)
         fail("a line needs a label, a folder and a command", contender->line);
+    const char* factor = strtok(NULL, "\t");
+    contender->factor = factor ? atof(factor) : 1;
     int count = 0;
     for (char* word = strtok(command, " "); word && count < kMostWords; word = strtok(NULL, " "))
         contender->words[count++] = word;
@@ -67,7 +80,7 @@ static void parse(struct contender* contender, int rounds)
         fail("out of memory", contender->label);
 }
 
-static void run(struct contender* contender, int round)
+static void run(struct contender* contender, int round, int by_processor)
 {
     extern char** environ;
     posix_spawn_file_actions_t actions;
@@ -82,7 +95,10 @@ static void run(struct contender* contender, int round)
     if (posix_spawn(&child, contender->words[0], &actions, NULL, contender->words, environ) != 0)
         fail("cannot start", contender->label);
     wait4(child, &status, 0, &usage);
-    contender->seconds[round] = now() - start;
+    double seconds = now() - start;
+    if (by_processor)
+        seconds = processor_time(&usage);
+    contender->seconds[round] = seconds * contender->factor;
     posix_spawn_file_actions_destroy(&actions);
     if (!WIFEXITED(status) || WEXITSTATUS(status) != 0)
         fail("ended with a failure", contender->label);
@@ -103,9 +119,10 @@ static void shuffle(int* order, int count)
 int main(int argc, char** argv)
 {
     static struct contender contenders[kMostContenders];
-    int rounds = argc == 2 ? atoi(argv[1]) : 0;
+    int by_processor = argc == 3 && strcmp(argv[2], "cpu") == 0;
+    int rounds = argc == 2 || by_processor ? atoi(argv[1]) : 0;
     if (rounds < 1)
-        fail("usage", "bench_spawn ROUNDS < CONTENDERS");
+        fail("usage", "bench_spawn ROUNDS [cpu] < CONTENDERS");
     int count = 0;
     while (count < kMostContenders && fgets(contenders[count].line, kLine, stdin))
         parse(&contenders[count++], rounds);
@@ -115,7 +132,7 @@ int main(int argc, char** argv)
     for (int round = 0; round < rounds; ++round) {
         shuffle(order, count);
         for (int i = 0; i < count; ++i)
-            run(&contenders[order[i]], round);
+            run(&contenders[order[i]], round, by_processor);
     }
     printf("%-24s %10s %10s %8s %10s\n", "", "median ms", "fastest", "ratio", "KiB");
     double first = 0;
