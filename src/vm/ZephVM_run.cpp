@@ -339,8 +339,10 @@ general:
     m_double_a = step->real;
     Execute(step->word);
 done:
+    // The end of the code is left to the look-up, which makes no step for it: native code
+    // that calls script comes by there each time.
     if (m_halted || *m_exit || m_segment != segment || m_loaded_segment != segment ||
-        IsInterrupted())
+        static_cast<unsigned long long>(m_pc) + 1 >= m_code_size || IsInterrupted())
         goto resume;
     step = m_pc == step->next && step->skip ? step + 1 : code->At(m_pc);
     goto take_frame;

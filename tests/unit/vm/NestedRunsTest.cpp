@@ -1,5 +1,7 @@
 // Script that native code runs: functions, other files, expressions, and the
 // filters of tags.
+#include <malloc.h>
+
 #include "CalledMachine.h"
 
 namespace {
@@ -168,6 +170,21 @@ TEST_F(NestedRunsTest, NestedRunsMayNest)
     EXPECT_EQ(Run(Op(kCall, runf) + Op(kOut)), 1);
     EXPECT_EQ(GlobalInteger(1), 100);
     EXPECT_EQ(written(), "deepest");
+}
+
+// Also when the function returns to the end of its own segment.
+TEST_F(NestedRunsTest, RunFunctionAgainAndAgainTakesNoMoreMemory)
+{
+    Code(Op(kPushI, 1) + Op(kRet));
+    functions.Function_Add(segments.Start()->number(), 0, "f", -1, "", -1, 0);
+    auto run = [this](int times) {
+        while (times-- > 0)
+            ASSERT_TRUE(vm()->RunFunction("f", 1, nullptr, nullptr));
+    };
+    run(100);
+    size_t before = mallinfo2().uordblks;
+    run(10000);
+    EXPECT_EQ(mallinfo2().uordblks, before);
 }
 
 TEST_F(NestedRunsTest, FunctionThatRunsOutGivesTheTopOfItsOwnStack)
