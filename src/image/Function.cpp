@@ -109,7 +109,7 @@ void Function::CountPlainParameters()
     for (FunctionParameter* parameter = m_parameters.First(); parameter;
          parameter = m_parameters.Next())
         is_plain = is_plain && parameter->flags() == 0 && parameter->slot() == count++;
-    m_plain_parameters = is_plain ? count : -1;
+    m_plain_parameters = is_plain && count <= m_locals.Entries() ? count : -1;
 }
 
 int Function::AddParameter(int flags, const char* name, int length)

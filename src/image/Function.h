@@ -50,6 +50,7 @@ public:
     static constexpr int kSetsErrorBit2 = 4;
     static constexpr int kClearsErrorBit2 = 8;
     static constexpr int kInheritsOutput = 16;  // takes precedence over kSetsOutputBit0
+    static constexpr int kAllFlags = 31;
 
     // A segment and offset of -1 stand for a function without code.
     Function(Dictionary* dictionary, int name_index, int flags, int segment, int offset);
@@ -75,8 +76,8 @@ public:
     // Where the code stands, for a function whose code comes after its declaration.
     void SetCode(int segment, int offset);
     List<FunctionParameter>* parameters() { return &m_parameters; }
-    // How many parameters there are, if each is by value and has the slot of its own number;
-    // -1 otherwise.
+    // How many parameters there are, if each is by value and has the slot of its own number,
+    // which exists; -1 otherwise.
     int PlainParameters()
     {
         if (m_plain_parameters == kUnknown)

@@ -128,6 +128,24 @@ public:
             return nullptr;
         return variable->Variable::Element(AggregateIndex(number), 1);
     }
+    static Variable::PrimaryType ElementNumber(Variable* variable, int number, int* integer, double* real)
+    {
+        Variable* e = Element(variable, number);
+        if (!e || !e->m_direct || e->m_elements) return Variable::kNone;
+        if (e->m_primary == Variable::kInteger) { *integer = e->m_integer; return Variable::kInteger; }
+        if (e->m_primary == Variable::kDouble) { *real = e->m_real; return Variable::kDouble; }
+        return Variable::kNone;
+    }
+    static bool SetElement(Variable* variable, int number, int value)
+    {
+        Variable* e = MadeElement(variable, number);
+        return e && SetInteger(e, value);
+    }
+    static bool SetElement(Variable* variable, int number, double value)
+    {
+        Variable* e = MadeElement(variable, number);
+        return e && SetDouble(e, value);
+    }
     // The members of a structure of the class itself, else null.
     static AggregateElementTree* Members(const Variable* variable)
     {

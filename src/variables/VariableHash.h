@@ -136,6 +136,14 @@ public:
         return unsigned(slot) < unsigned(m_count) ? m_entries[slot].variable : nullptr;
     }
 
+    // The same, made if it is missing; null for a slot out of range.
+    Variable* Get(int slot)
+    {
+        Variable* variable = Made(slot);
+        return variable ? variable : Index(slot, 1);
+    }
+    int slots() const { return m_count; }
+
     // The name of a slot, counted; null for none.
     const char* Name(int slot, int* length);
     // The pool of names, borrowed.

@@ -95,6 +95,7 @@ const Form kForms[] = {
     {kIncgWord, DecodedStep::kIncrement, 0, 0, DecodedStep::kGlobal},
     {kStoregiWord, DecodedStep::kStoreInteger, 0, 0, DecodedStep::kGlobal},
     {kCallWord, DecodedStep::kCall, 0, 0, 0},
+    {kRetWord, DecodedStep::kReturn, 0, 0, 0},
 };
 
 const Form* FormOf(unsigned int word)
@@ -176,18 +177,39 @@ DecodedStep* DecodedCode::Add(const DecodedStep& step)
     return added;
 }
 
-void DecodedCode::AddRun(DecodedStep* run, int count)
+void DecodedCode::AddRun(const DecodedStep* run, int count)
 {
-    for (int i = 0; i < count;) {
-        DecodedStep fused;
-        int instructions = FuseSteps(run + i, count - i, &fused);
-        DecodedStep* head = instructions > 0 ? Add(fused) : nullptr;
-        DecodedStep* first = Add(run[i]);
-        m_at[run[i].offset] = head ? head : first;
-        for (int k = 1; k < instructions; ++k)
-            Add(run[i + k]);
-        i += instructions > 0 ? instructions : 1;
+    for (int i = 0; i < count;)
+        i += AddNext(run + i, count - i);
+}
+
+// Adds the step of the next instruction, or that of several and all behind it that they
+// consist of. The number of instructions.
+int DecodedCode::AddNext(const DecodedStep* run, int count)
+{
+    DecodedStep fused;
+    Fusion fusion;
+    if (!FuseSteps(run, count, &fused, &fusion)) {
+        DecodedStep* only = Add(*run);
+        if (!m_at[run->offset])
+            m_at[run->offset] = only;
+        return 1;
     }
+    DecodedStep* head = Add(fused);
+    if (!m_at[run->offset])
+        m_at[run->offset] = head;
+    int done = 0;
+    unsigned char* places[] = {nullptr, &head->second, &head->third};
+    for (int part = 0; part < fusion.parts; ++part) {
+        if (part > 0)
+            *places[part] = static_cast<unsigned char>(StepsSince(head));
+        AddRun(run + done, fusion.lengths[part]);
+        done += fusion.lengths[part];
+    }
+    for (; done < fusion.count; ++done)
+        Add(run[done]);
+    head->skip = static_cast<unsigned char>(StepsSince(head));
+    return fusion.count;
 }
 
 // Operands are taken by the word's bits alone, and may run past the end of the code: every

@@ -8,8 +8,11 @@ class AggregateElement;
 // One step of the inner loop: an instruction with its operands taken apart, or several
 // instructions in a row that are done as one.
 //
-// A step of several stands in front of the single steps of the same instructions: where it
-// cannot do its work, the loop simply goes on to the next step.
+// A step of several stands in front of the steps of its parts, and those in the end are the
+// single steps of the same instructions: where it cannot do its work, the loop simply goes on
+// to the next step.
+//
+//   [ a.x + b into c.x ] [ a.x ] [a] [x] [memb] [b] [add] [ into c.x ] [c] [x] [memb] [store]
 struct DecodedStep {
     // What the loop does. Its table of labels has the same order.
     enum Kind : unsigned short {
@@ -29,6 +32,7 @@ struct DecodedStep {
         kIncrement,
         kStoreInteger,
         kCall,
+        kReturn,
         // No instruction.
         kEnd,   // the code has ended here
         kLink,  // goes on at `target`
@@ -44,7 +48,15 @@ struct DecodedStep {
         kPushElement,  // variable, index, element
         kStoreElement,
         kPushMember,  // variable, name, member
-        kStoreMember
+        kStoreMember,
+        // The same with operands of any kind: see StepOperands::Number.
+        kCalculate,       // operand, operand, operation
+        kCalculateStore,  // the same, and into a variable, an element or a member
+        kCompareOperandsJump,
+        // A variable is set, compared with a number, and a conditional jump: how loops count.
+        kIncrementLoop,
+        kCalculateNumberLoop,
+        kCalculateVariableLoop
     };
     // Arithmetic, by the word of the instruction.
     enum Operation : unsigned char {
@@ -69,7 +81,9 @@ struct DecodedStep {
 
     Kind kind;
     unsigned short word;      // of the instruction, or of the first one of several
-    unsigned char operation;  // of arithmetic; whether a comparison gives the result itself
+    // Of arithmetic; whether a comparison gives the result itself; whether the instruction
+    // behind one that pushes takes just the number of it.
+    unsigned char operation;
     unsigned char outcomes;   // those that jump, or that a comparison gives 1 for
     unsigned char left_table;
     unsigned char right_table;
@@ -82,12 +96,16 @@ struct DecodedStep {
     // Steps to the one behind those that this one stands for; 0 when none is behind it, since
     // the instruction never goes on there.
     unsigned char skip;
+    // Of parts that are steps of several themselves: the steps from this one to the second and
+    // to the third part. The first one is the next step.
+    unsigned char second;
+    unsigned char third;
     union {
         double real;               // operand, or the number of several
         unsigned long long stamp;  // of the tree in which `member` was found
     };
     union {
-        DecodedStep* target;  // of a jump; null until it is known
+        DecodedStep* target;  // of a jump or a call; null until it is known
         AggregateElement* member;
     };
 };
@@ -123,7 +141,10 @@ private:
     // Takes an instruction apart.
     void Take(unsigned int offset, DecodedStep* step) const;
     DecodedStep* Add(const DecodedStep& step);
-    void AddRun(DecodedStep* run, int count);
+    void AddRun(const DecodedStep* run, int count);
+    int AddNext(const DecodedStep* run, int count);
+    // From a step of the last chunk to the next one that is added to it.
+    int StepsSince(const DecodedStep* step) const { return int(m_chunk->steps + m_used - step); }
 
     const unsigned char* m_code;
     unsigned int m_size;

@@ -17,7 +17,7 @@ enum Word : unsigned short {
     kCmpgiWord = 0x5302
 };
 
-// The most instructions of one sequence: what DecodedStep::skip can count.
+// The most instructions of one sequence: DecodedStep::skip counts the steps of it.
 const int kLongest = 30;
 
 // The instructions at hand; those that are not there are of no kind.
@@ -26,6 +26,7 @@ public:
     Steps(const DecodedStep* steps, int count) : m_steps(steps), m_count(count) {}
 
     const DecodedStep& operator[](int i) const { return m_steps[i]; }
+    Steps From(int i) const { return Steps(m_steps + i, m_count - i); }
     bool Is(int i, DecodedStep::Kind kind) const { return i < m_count && m_steps[i].kind == kind; }
     bool IsWord(int i, unsigned short word) const { return i < m_count && m_steps[i].word == word; }
     bool IsVariable(int i) const { return Is(i, DecodedStep::kPushVariable); }
@@ -33,9 +34,40 @@ public:
     {
         return Is(i, DecodedStep::kPushInteger) || Is(i, DecodedStep::kPushDouble);
     }
+    bool IsSimple(int i) const { return IsVariable(i) || IsNumber(i); }
     double Number(int i) const
     {
         return m_steps[i].kind == DecodedStep::kPushInteger ? m_steps[i].a : m_steps[i].real;
+    }
+    // variable, index; variable, name.
+    bool IsElementOf(int i) const
+    {
+        return IsVariable(i) && (IsVariable(i + 1) || Is(i + 1, DecodedStep::kPushInteger));
+    }
+    bool IsMemberOf(int i) const { return IsVariable(i) && Is(i + 1, DecodedStep::kPushConstant); }
+    // Instructions that push what StepOperands::Number can take: a variable, a number, an
+    // element or a member of a variable.
+    int Operand(int i) const
+    {
+        if ((IsElementOf(i) && IsWord(i + 2, kElemReadonlyWord)) ||
+            (IsMemberOf(i) && IsWord(i + 2, kMembReadonlyWord)))
+            return 3;
+        return IsSimple(i) ? 1 : 0;
+    }
+    // Instructions that store what is on top.
+    int Store(int i) const
+    {
+        if (((IsElementOf(i) && IsWord(i + 2, kElemWord)) ||
+             (IsMemberOf(i) && IsWord(i + 2, kMembWord))) &&
+            IsWord(i + 3, kStoreWord))
+            return 4;
+        return Is(i, DecodedStep::kPopVariable) ? 1 : 0;
+    }
+    // Whether the instruction takes just the number of what is on top.
+    bool TakesNumber(int i) const
+    {
+        return Is(i, DecodedStep::kArithmetic) || Is(i, DecodedStep::kCompare) ||
+               Is(i, DecodedStep::kJumpIf);
     }
 
 private:
@@ -44,13 +76,22 @@ private:
 };
 
 // Starts the step of `count` instructions, the left operand of which is `steps[0]`.
-void Start(const Steps& steps, int count, DecodedStep::Kind kind, DecodedStep* fused)
+void Start(const Steps& steps, int count, DecodedStep::Kind kind, DecodedStep* fused,
+           Fusion* fusion)
 {
     *fused = steps[0];
     fused->kind = kind;
+    fused->operation = 0;
     fused->next = steps[count - 1].next;
-    fused->skip = static_cast<unsigned char>(count + 1);
     fused->target = nullptr;
+    fusion->count = count;
+    fusion->parts = 0;
+}
+
+void SetParts(std::initializer_list<int> lengths, Fusion* fusion)
+{
+    for (int length : lengths)
+        fusion->lengths[fusion->parts++] = length;
 }
 
 void SetRight(const Steps& steps, int i, DecodedStep* fused)
@@ -87,20 +128,68 @@ void SetJump(const DecodedStep& compare, const DecodedStep& jump, DecodedStep* f
 }
 
 // variable, then text and concatenation as often as it comes, into the same variable.
-int FuseAppend(const Steps& steps, DecodedStep* fused)
+bool FuseAppend(const Steps& steps, DecodedStep* fused, Fusion* fusion)
 {
+    if (!steps.IsVariable(0))
+        return false;
     int i = 1;
     while (i + 2 <= kLongest && steps.IsWord(i + 1, kCatWord) &&
-           (steps.IsVariable(i) || steps.IsNumber(i) || steps.Is(i, DecodedStep::kPushConstant)))
+           (steps.IsSimple(i) || steps.Is(i, DecodedStep::kPushConstant)))
         i += 2;
     if (i == 1 || !steps.Is(i, DecodedStep::kPopVariable) || steps[i].a != steps[0].a ||
         steps[i].left_table != steps[0].left_table)
-        return 0;
-    Start(steps, i + 1, DecodedStep::kAppend, fused);
-    return i + 1;
+        return false;
+    Start(steps, i + 1, DecodedStep::kAppend, fused, fusion);
+    return true;
 }
 
-int FuseArithmetic(const Steps& steps, DecodedStep* fused)
+// An element or a member of a variable, pushed or stored into.
+bool FuseAccess(const Steps& steps, DecodedStep* fused, Fusion* fusion)
+{
+    bool is_read = steps.Operand(0) == 3;
+    if (!is_read && steps.Store(0) != 4)
+        return false;
+    bool is_element = !steps.IsMemberOf(0);
+    DecodedStep::Kind reading = is_element ? DecodedStep::kPushElement : DecodedStep::kPushMember;
+    DecodedStep::Kind storing = is_element ? DecodedStep::kStoreElement : DecodedStep::kStoreMember;
+    Start(steps, is_read ? 3 : 4, is_read ? reading : storing, fused, fusion);
+    if (is_element) {
+        SetRight(steps, 1, fused);
+    } else {
+        fused->b = steps[1].a;
+        fused->stamp = 0;
+        fused->member = nullptr;
+    }
+    fused->operation = is_read && steps.TakesNumber(3);
+    return true;
+}
+
+// Whether the instructions from `i` on compare the variable of a slot with a number and jump.
+int LoopEnd(const Steps& steps, int i, unsigned char table, int slot)
+{
+    if (steps.IsWord(i, kCmpgiWord) && table == DecodedStep::kGlobal && steps[i].a == slot)
+        return steps.Is(i + 1, DecodedStep::kJumpIf) ? 2 : 0;
+    bool is_compared = steps.IsVariable(i) && steps[i].left_table == table && steps[i].a == slot &&
+                       steps.IsNumber(i + 1) && steps.Is(i + 2, DecodedStep::kCompare) &&
+                       steps.Is(i + 3, DecodedStep::kJumpIf);
+    return is_compared ? 4 : 0;
+}
+
+// Makes the step that sets a variable one that has the comparison and the jump as well. They
+// stand in the step of the second part.
+bool FuseLoop(const Steps& steps, int end, DecodedStep::Kind kind, DecodedStep* fused,
+              Fusion* fusion)
+{
+    int set = fusion->count;
+    SetParts({set, end}, fusion);
+    fusion->count = set + end;
+    fused->kind = kind;
+    fused->next = steps[set + end - 1].next;
+    return true;
+}
+
+// operand, operand, operation of simple operands, maybe into a variable.
+bool FuseSimpleArithmetic(const Steps& steps, DecodedStep* fused, Fusion* fusion)
 {
     bool is_number = steps.IsNumber(1);
     bool is_stored = steps.Is(3, DecodedStep::kPopVariable);
@@ -108,87 +197,72 @@ int FuseArithmetic(const Steps& steps, DecodedStep* fused)
         is_stored ? is_number ? DecodedStep::kArithmeticNumberStore
                               : DecodedStep::kArithmeticVariableStore
                   : is_number ? DecodedStep::kArithmeticNumber : DecodedStep::kArithmeticVariable;
-    int count = is_stored ? 4 : 3;
-    Start(steps, count, kind, fused);
+    Start(steps, is_stored ? 4 : 3, kind, fused, fusion);
     SetRight(steps, 1, fused);
     fused->operation = steps[2].operation;
-    if (is_stored) {
-        fused->result = steps[3].a;
-        fused->result_table = steps[3].left_table;
-    }
-    return count;
+    if (!is_stored)
+        return true;
+    fused->result = steps[3].a;
+    fused->result_table = steps[3].left_table;
+    int end = LoopEnd(steps, 4, fused->result_table, fused->result);
+    if (end == 0)
+        return true;
+    return FuseLoop(steps, end, is_number ? DecodedStep::kCalculateNumberLoop
+                                          : DecodedStep::kCalculateVariableLoop, fused, fusion);
 }
 
-int FuseCompareJump(const Steps& steps, DecodedStep* fused)
+bool FuseArithmetic(const Steps& steps, int left, int right, DecodedStep* fused, Fusion* fusion)
 {
-    Start(steps, 4, steps.IsNumber(1) ? DecodedStep::kCompareNumberJump
-                                      : DecodedStep::kCompareVariableJump, fused);
-    SetRight(steps, 1, fused);
-    SetJump(steps[2], steps[3], fused);
-    return 4;
+    int store = steps.Store(left + right + 1);
+    if (steps.IsVariable(0) && left == 1 && right == 1 && store <= 1)
+        return FuseSimpleArithmetic(steps, fused, fusion);
+    Start(steps, left + right + 1 + store,
+          store ? DecodedStep::kCalculateStore : DecodedStep::kCalculate, fused, fusion);
+    fused->operation = steps[left + right].operation;
+    // The operation itself lies between the second and the third part.
+    if (store)
+        SetParts({left, right + 1, store}, fusion);
+    else
+        SetParts({left, right + 1}, fusion);
+    return true;
 }
 
-// variable, index, and the element at it.
-int FuseElement(const Steps& steps, DecodedStep* fused)
+bool FuseCompareJump(const Steps& steps, int left, int right, DecodedStep* fused, Fusion* fusion)
 {
-    int count = 0;
-    DecodedStep::Kind kind = DecodedStep::kGeneral;
-    if (steps.IsWord(2, kElemReadonlyWord)) {
-        kind = DecodedStep::kPushElement;
-        count = 3;
-    } else if (steps.IsWord(2, kElemWord) && steps.IsWord(3, kStoreWord)) {
-        kind = DecodedStep::kStoreElement;
-        count = 4;
-    }
-    if (count == 0 || !(steps.IsVariable(1) || steps.Is(1, DecodedStep::kPushInteger)))
-        return 0;
-    Start(steps, count, kind, fused);
-    SetRight(steps, 1, fused);
-    return count;
+    int count = left + right + 2;
+    bool is_simple = steps.IsVariable(0) && left == 1 && right == 1;
+    DecodedStep::Kind simple = steps.IsNumber(1) ? DecodedStep::kCompareNumberJump
+                                                 : DecodedStep::kCompareVariableJump;
+    Start(steps, count, is_simple ? simple : DecodedStep::kCompareOperandsJump, fused, fusion);
+    if (is_simple)
+        SetRight(steps, 1, fused);
+    else
+        SetParts({left, right + 2}, fusion);
+    SetJump(steps[left + right], steps[left + right + 1], fused);
+    return true;
 }
 
-// variable, name, and the member of it.
-int FuseMember(const Steps& steps, DecodedStep* fused)
+// operand, operand, and what is done with them.
+bool FuseOperation(const Steps& steps, DecodedStep* fused, Fusion* fusion)
 {
-    int count = 0;
-    DecodedStep::Kind kind = DecodedStep::kGeneral;
-    if (steps.IsWord(2, kMembReadonlyWord)) {
-        kind = DecodedStep::kPushMember;
-        count = 3;
-    } else if (steps.IsWord(2, kMembWord) && steps.IsWord(3, kStoreWord)) {
-        kind = DecodedStep::kStoreMember;
-        count = 4;
-    }
-    if (count == 0 || !steps.Is(1, DecodedStep::kPushConstant))
-        return 0;
-    Start(steps, count, kind, fused);
-    fused->b = steps[1].a;
-    fused->stamp = 0;
-    fused->member = nullptr;
-    return count;
-}
-
-int FuseVariable(const Steps& steps, DecodedStep* fused)
-{
-    int count = FuseAppend(steps, fused);
-    if (count > 0)
-        return count;
-    if (steps.IsVariable(1) || steps.IsNumber(1)) {
-        if (steps.Is(2, DecodedStep::kArithmetic))
-            return FuseArithmetic(steps, fused);
-        if (steps.Is(2, DecodedStep::kCompare) && steps.Is(3, DecodedStep::kJumpIf))
-            return FuseCompareJump(steps, fused);
-    }
-    count = FuseElement(steps, fused);
-    return count > 0 ? count : FuseMember(steps, fused);
+    int left = steps.Operand(0);
+    int right = left > 0 ? steps.Operand(left) : 0;
+    if (right == 0)
+        return false;
+    int behind = left + right;
+    if (steps.Is(behind, DecodedStep::kArithmetic))
+        return FuseArithmetic(steps, left, right, fused, fusion);
+    if (steps.Is(behind, DecodedStep::kCompare) && steps.Is(behind + 1, DecodedStep::kJumpIf))
+        return FuseCompareJump(steps, left, right, fused, fusion);
+    return false;
 }
 
 // The compiler's own comparisons of globals.
-int FuseGlobalCompareJump(const Steps& steps, DecodedStep* fused)
+bool FuseGlobalCompareJump(const Steps& steps, DecodedStep* fused, Fusion* fusion)
 {
     bool is_number = steps[0].word == kCmpgiWord;
     Start(steps, 2, is_number ? DecodedStep::kCompareNumberJump : DecodedStep::kCompareVariableJump,
-          fused);
+          fused, fusion);
     fused->left_table = DecodedStep::kGlobal;
     fused->right_table = DecodedStep::kGlobal;
     if (is_number) {
@@ -197,24 +271,37 @@ int FuseGlobalCompareJump(const Steps& steps, DecodedStep* fused)
     }
     fused->outcomes = steps[1].outcomes;
     fused->result = steps[1].result;
-    return 2;
+    return true;
+}
+
+bool FuseIncrement(const Steps& steps, DecodedStep* fused, Fusion* fusion)
+{
+    int end = LoopEnd(steps, 1, steps[0].left_table, steps[0].a);
+    if (end == 0)
+        return false;
+    Start(steps, 1, DecodedStep::kIncrement, fused, fusion);
+    return FuseLoop(steps, end, DecodedStep::kIncrementLoop, fused, fusion);
 }
 
 }  // namespace
 
-int FuseSteps(const DecodedStep* first, int count, DecodedStep* fused)
+bool FuseSteps(const DecodedStep* first, int count, DecodedStep* fused, Fusion* fusion)
 {
     Steps steps(first, count);
-    if (steps.IsVariable(0))
-        return FuseVariable(steps, fused);
+    if (steps.IsSimple(0)) {
+        return FuseAppend(steps, fused, fusion) || FuseOperation(steps, fused, fusion) ||
+               FuseAccess(steps, fused, fusion);
+    }
+    if (steps.Is(0, DecodedStep::kIncrement))
+        return FuseIncrement(steps, fused, fusion);
     if (!steps.Is(1, DecodedStep::kJumpIf))
-        return 0;
+        return false;
     if (steps.Is(0, DecodedStep::kCompare)) {
-        Start(steps, 2, DecodedStep::kCompareJump, fused);
+        Start(steps, 2, DecodedStep::kCompareJump, fused, fusion);
         SetJump(steps[0], steps[1], fused);
-        return 2;
+        return true;
     }
     if (steps.IsWord(0, kCmpggWord) || steps.IsWord(0, kCmpgiWord))
-        return FuseGlobalCompareJump(steps, fused);
-    return 0;
+        return FuseGlobalCompareJump(steps, fused, fusion);
+    return false;
 }

@@ -3,9 +3,16 @@
 
 struct DecodedStep;
 
+// A sequence of instructions that one step does.
+struct Fusion {
+    int count = 0;  // instructions
+    // The first instructions may form parts that are steps of several themselves.
+    int parts = 0;
+    int lengths[3] = {};  // of the parts, in instructions
+};
+
 // Looks for a common sequence of instructions at the start of `steps`, of which there are
-// `count`. Returns how many instructions it has and puts the step that does them as one
-// into `fused`; 0 if there is none.
-int FuseSteps(const DecodedStep* steps, int count, DecodedStep* fused);
+// `count`. Puts the step that does them as one into `fused`. False if there is none.
+bool FuseSteps(const DecodedStep* steps, int count, DecodedStep* fused, Fusion* fusion);
 
 #endif

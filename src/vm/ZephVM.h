@@ -10,6 +10,7 @@
 
 class CommerceLibraryManager;
 class DecodedCode;
+struct DecodedStep;
 class Dictionary;
 class ExternalCall;
 class ExternalCallManager;
@@ -178,6 +179,11 @@ private:
     bool KeepFrame(ZephVM_FunctionFrame* frame);
     void DeleteSpareFrames();
     void PassPlainParameters(int count, VariableHash* locals);
+    ZephVM_FunctionFrame* FrameForPlainCall(int index, int entries);
+    bool EnterPlainFunction(ZephVM_FunctionFrame* frame, DecodedStep* call, int* output_flags);
+    bool CanLeavePlainFunction(const Stack_Entry& value);
+    DecodedStep* LeavePlainFunction(const Stack_Entry& value, int* output_flags);
+    void SetOutputFlags(int flags, int* known);
     void EnterFrame(ZephVM_Frame* frame, int segment, int offset);
     bool PassParameters(Function* function, VariableHash* locals);
     bool PassParameter(Function* function, FunctionParameter* parameter, VariableHash* locals,

@@ -1,6 +1,6 @@
 #include "vm/ZephVM_Frame.h"
 
-#include "variables/VariableHash.h"
+#include "image/Function.h"
 #include "vm/ZephVM_Stack.h"
 
 ZephVM_Frame::~ZephVM_Frame()
@@ -23,4 +23,11 @@ void ZephVM_Frame::Set_Stack(ZephVM_Stack* stack, bool own)
         delete m_stack;
     m_stack = stack;
     m_owns_stack = own;
+}
+
+ZephVM_FunctionFrame::ZephVM_FunctionFrame(Function* function)
+    : ZephVM_Frame(kFunction), m_function(function), m_slots(function->locals()->slots())
+{
+    bool has_flags = function->flags() & Function::kAllFlags;
+    m_plain_parameters = has_flags ? -1 : function->PlainParameters();
 }

@@ -1,8 +1,10 @@
 #ifndef ZEPH_VM_ZEPHVM_FRAME_H
 #define ZEPH_VM_ZEPHVM_FRAME_H
 
+#include "variables/VariableHash.h"
+
 class Function;
-class VariableHash;
+struct DecodedStep;
 class ZephVM;
 class ZephVM_Stack;
 
@@ -51,15 +53,22 @@ private:
 // A running function of the image.
 class ZephVM_FunctionFrame : public ZephVM_Frame {
 public:
-    explicit ZephVM_FunctionFrame(Function* function)
-        : ZephVM_Frame(kFunction), m_function(function)
-    {
-    }
+    explicit ZephVM_FunctionFrame(Function* function);
 
     Function* function() { return m_function; }
+    // Of a function that has no flags and only parameters by value, in the first slots: how
+    // many there are. -1 of any other.
+    int plain_parameters() const { return m_plain_parameters; }
+    // Whether the call has not added names to its locals.
+    bool HasItsLocals() { return locals()->slots() == m_slots; }
+
+    // Behind the call; null when it has not been made by the loop itself.
+    DecodedStep* next_step = nullptr;
 
 private:
     Function* m_function;  // borrowed
+    int m_plain_parameters;
+    int m_slots;
 };
 
 // A filter that a tag runs over a record. It shares the stack and the locals of the frame

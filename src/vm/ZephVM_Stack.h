@@ -88,9 +88,9 @@ public:
     int PopDBPosition();
     void Pop();
 
-    // The usual cases, without a call: store a number that is on top in a plain variable, and
-    // move what is on top of another stack, but for a borrowed variable. False, with nothing
-    // done, for any other.
+    // The usual cases, without a call: store a number that is on top, or the number of a
+    // variable there, in a plain variable; and move what is on top of another stack, but for a
+    // borrowed variable. False, with nothing done, for any other.
     bool PopNumber(Variable* target)
     {
         if (m_used == 0)
@@ -101,6 +101,8 @@ public:
             is_set = DirectValue::SetDouble(target, entry.real);
         else if (entry.kind == Stack_Entry::kInteger)
             is_set = DirectValue::SetInteger(target, entry.integer);
+        else if (entry.kind == Stack_Entry::kVariable)
+            is_set = PopNumberOf(entry, target);
         m_used -= is_set;
         return is_set;
     }
@@ -115,6 +117,8 @@ public:
         --source->m_used;
         return true;
     }
+    // Whether an entry can be put on top without taking memory.
+    bool HasRoom() const { return m_used < m_allocated; }
     // Releases all entries, from the top down.
     void Clear()
     {
@@ -150,6 +154,14 @@ public:
 private:
     friend class ZephVM;  // the loop pushes and pops without calls
 
+    static bool PopNumberOf(const Stack_Entry& entry, Variable* target)
+    {
+        if (!DirectValue::CopyNumber(target, entry.variable))
+            return false;
+        if (entry.owned)
+            DirectValue::DropCount(entry.variable);
+        return true;
+    }
     Stack_Entry* Room();
     bool Grow();
     bool Take(Stack_Entry* entry);

@@ -55,6 +55,7 @@ ZephVM_FunctionFrame* ZephVM::NewFunctionFrame(Function* function)
     frame->error_output = ErrorOutput(function->flags(), m_frame->error_output);
     frame->standard_output = StandardOutput(function->flags(), m_frame->standard_output);
     frame->previous = m_frame;
+    frame->next_step = nullptr;
     return frame;
 }
 
@@ -97,7 +98,7 @@ bool ZephVM::KeepFrame(ZephVM_FunctionFrame* frame)
 {
     Function* function = frame->function();
     ZephVM_FunctionFrame** spare = SpareFrames(function);
-    if (!spare || frame->locals()->Entries() != function->locals()->Entries())
+    if (!spare || !frame->HasItsLocals())
         return false;
     frame->locals()->Recycle(function->PlainParameters());
     frame->stack()->Clear();
@@ -181,9 +182,7 @@ bool ZephVM::PassParameters(Function* function, VariableHash* locals)
 void ZephVM::PassPlainParameters(int count, VariableHash* locals)
 {
     while (--count >= 0) {
-        Variable* variable = locals->Made(count);
-        if (!variable)
-            variable = locals->Index(count, kCreate);
+        Variable* variable = locals->Get(count);
         if (!m_stack->PopNumber(variable))
             m_stack->PopV(variable);
     }

@@ -2,15 +2,19 @@
 // kinds; all else is left to the handlers of the instructions, which do everything. A short
 // way that does not fit its operands has changed nothing when it gives up.
 
+#include "app/LogParameter.h"
+#include "app/Output.h"
+#include "app/ZephApplication.h"
 #include "image/Dictionary.h"
+#include "image/Function.h"
 #include "image/FunctionManager.h"
 #include "image/Segment.h"
-#include "primitives/number_text.h"
-#include "variables/AggregateElementTree.h"
 #include "variables/DirectValue.h"
 #include "variables/VariableHash.h"
-#include "app/LogParameter.h"
+#include "vm/AppendedPieces.h"
 #include "vm/DecodedCode.h"
+#include "vm/StepOperands.h"
+#include "vm/StepValues.h"
 #include "vm/ZephVM.h"
 #include "vm/ZephVM_Frame.h"
 #include "vm/ZephVM_Stack.h"
@@ -24,206 +28,8 @@ int Polled(const int* flag)
     return __atomic_load_n(flag, __ATOMIC_RELAXED);
 }
 
-// The number that arithmetic, or a comparison, sees of an entry.
-bool ArithmeticValue(const Stack_Entry& entry, double* out)
-{
-    if (entry.kind == Stack_Entry::kDouble) {
-        *out = entry.real;
-        return true;
-    }
-    if (entry.kind == Stack_Entry::kInteger) {
-        *out = entry.integer;
-        return true;
-    }
-    return entry.kind == Stack_Entry::kVariable && DirectValue::Double(entry.variable, out);
-}
-
-bool ComparedValue(const Stack_Entry& entry, double* out)
-{
-    if (entry.kind != Stack_Entry::kVariable)
-        return ArithmeticValue(entry, out);
-    return DirectValue::Comparable(entry.variable, out);
-}
-
-// An entry that is a number or a variable has been used.
-void Drop(const Stack_Entry& entry)
-{
-    if (entry.kind == Stack_Entry::kVariable && entry.owned)
-        DirectValue::DropCount(entry.variable);
-}
-
-double Calculated(int operation, double left, double right)
-{
-    switch (operation) {
-        case DecodedStep::kAdd:
-            return left + right;
-        case DecodedStep::kSubtract:
-            return left - right;
-        case DecodedStep::kMultiply:
-            return left * right;
-    }
-    // By the dividend, on purpose: nothing divided by anything is nothing.
-    return left == 0.0 ? 0.0 : left / right;
-}
-
-// NaN is greater than anything, on either side.
-int OutcomeOf(double left, double right)
-{
-    if (left == right)
-        return DecodedStep::kEqual;
-    return right > left ? DecodedStep::kLess : DecodedStep::kGreater;
-}
-
-int OutcomeOf(int sign)
-{
-    return sign == 0 ? DecodedStep::kEqual : sign < 0 ? DecodedStep::kLess : DecodedStep::kGreater;
-}
-
-void SetDouble(Stack_Entry* entry, double value)
-{
-    entry->kind = Stack_Entry::kDouble;
-    entry->owned = 0;
-    entry->real = value;
-}
-
-void SetInteger(Stack_Entry* entry, int value)
-{
-    entry->kind = Stack_Entry::kInteger;
-    entry->owned = 0;
-    entry->integer = value;
-}
-
-void SetVariable(Stack_Entry* entry, Variable* variable)
-{
-    DirectValue::AddCount(variable);
-    entry->kind = Stack_Entry::kVariable;
-    entry->owned = 1;
-    entry->variable = variable;
-}
-
-// Whether Store can do it, if the variable lets it.
-bool IsStorable(const Stack_Entry& entry)
-{
-    return entry.kind <= Stack_Entry::kDouble ||
-           (entry.kind == Stack_Entry::kString && !entry.owned);
-}
-
-// Stores an entry that needs no releasing afterwards.
-bool Store(Variable* variable, const Stack_Entry& entry)
-{
-    switch (entry.kind) {
-        case Stack_Entry::kInteger:
-            return DirectValue::SetInteger(variable, entry.integer);
-        case Stack_Entry::kDouble:
-            return DirectValue::SetDouble(variable, entry.real);
-        case Stack_Entry::kString:
-            return !entry.owned && DirectValue::SetText(variable, entry.string, entry.length);
-    }
-    return false;
-}
-
-// What the short ways need to know of the frame that runs.
-struct Tables {
-    VariableHash* by_kind[2];  // by DecodedStep::Table
-
-    Variable* At(unsigned char table, int slot) const { return by_kind[table]->Made(slot); }
-};
-
-// The number of an index operand; below 1 for none that can be used.
-int IndexOf(const Tables& tables, const DecodedStep* step)
-{
-    if (step->right_table == DecodedStep::kNumber)
-        return step->b;
-    Variable* variable = tables.At(step->right_table, step->b);
-    int number = 0;
-    return variable && DirectValue::Integer(variable, &number) ? number : 0;
-}
-
-// The member that a step names, kept in the step for as long as its structure has the same
-// members.
-AggregateElement* MemberOf(Dictionary* names, Variable* structure, DecodedStep* step)
-{
-    AggregateElementTree* members = DirectValue::Members(structure);
-    if (!members)
-        return nullptr;
-    if (members->stamp() == step->stamp)
-        return step->member;
-    PermanentText name;
-    name.data = names->Entry(step->b, &name.length);
-    if (!name.data)
-        return nullptr;
-    AggregateElement* member = members->Find(AggregateIndex(name));
-    step->stamp = members->stamp();
-    step->member = member;
-    return member;
-}
-
-// The texts that one step appends to a variable, taken from the single steps behind it.
-class Pieces {
-public:
-    Pieces(const Tables& tables, Dictionary* texts, const DecodedStep* step)
-        : m_tables(tables), m_texts(texts), m_step(step)
-    {
-    }
-
-    // Whether all can be had without looking at what they are appended to.
-    bool AreApartFrom(Variable* target) const
-    {
-        for (int i = 0; i < count(); ++i) {
-            const DecodedStep& piece = at(i);
-            switch (piece.kind) {
-                case DecodedStep::kPushVariable: {
-                    Variable* variable = m_tables.At(piece.left_table, piece.a);
-                    if (!variable || variable == target || !DirectValue::IsPlainScalar(variable))
-                        return false;
-                    break;
-                }
-                case DecodedStep::kPushConstant:
-                    if (!m_texts->Entry(piece.a, nullptr))
-                        return false;
-                    break;
-                case DecodedStep::kPushDouble:
-                    if (!HasShortText(piece.real))
-                        return false;
-                    break;
-                default:
-                    break;
-            }
-        }
-        return true;
-    }
-    void AppendTo(Variable* target) const
-    {
-        for (int i = 0; i < count(); ++i)
-            AppendOne(target, at(i));
-    }
-
-private:
-    // Behind the step: the variable, then each piece with its concatenation.
-    int count() const { return (m_step->skip - 3) / 2; }
-    const DecodedStep& at(int i) const { return m_step[2 + 2 * i]; }
-
-    void AppendOne(Variable* target, const DecodedStep& piece) const
-    {
-        char number[kShortDoubleRoom];
-        if (piece.kind == DecodedStep::kPushVariable) {
-            const String& text = m_tables.At(piece.left_table, piece.a)->value();
-            DirectValue::Append(target, text.data(), text.length());
-        } else if (piece.kind == DecodedStep::kPushConstant) {
-            int length;
-            const char* text = m_texts->Entry(piece.a, &length);
-            DirectValue::Append(target, text, length);
-        } else if (piece.kind == DecodedStep::kPushInteger) {
-            DirectValue::Append(target, number, FormatInteger(piece.a, number));
-        } else {
-            DirectValue::Append(target, number, FormatShortest(piece.real, number));
-        }
-    }
-
-    const Tables& m_tables;
-    Dictionary* m_texts;
-    const DecodedStep* m_step;
-};
+// Of the output: it is not known how it treats white space.
+const int kUnknownFlags = -1;
 
 }  // namespace
 
@@ -231,6 +37,74 @@ private:
 inline bool ZephVM::IsInterrupted() const
 {
     return Polled(m_cancelled) || m_last_heartbeat != Polled(m_heartbeat);
+}
+
+// How most functions are called and return: arguments by value and all of them on the stack,
+// none of the flags that a function can have, nothing to log, and a frame that an earlier call
+// has left. Anything else is done by CallFunction and Return.
+
+// The frame for such a call, or null.
+inline ZephVM_FunctionFrame* ZephVM::FrameForPlainCall(int index, int entries)
+{
+    if (unsigned(index) >= unsigned(m_spare_count) || m_trace_mask)
+        return nullptr;
+    ZephVM_FunctionFrame* frame = m_spare_frames[index];
+    return frame && unsigned(frame->plain_parameters()) <= unsigned(entries) ? frame : nullptr;
+}
+
+inline void ZephVM::SetOutputFlags(int flags, int* known)
+{
+    if (*known == flags)
+        return;
+    m_application->output()->SetFlags(flags);
+    *known = flags;
+}
+
+// False when an argument was no number: the registers then say where to go on.
+inline bool ZephVM::EnterPlainFunction(ZephVM_FunctionFrame* frame, DecodedStep* call,
+                                       int* output_flags)
+{
+    m_spare_frames[call->a] = static_cast<ZephVM_FunctionFrame*>(frame->previous);
+    frame->return_segment = m_segment;
+    frame->return_offset = int(call->next);
+    frame->next_step = call + 1;
+    frame->error_output = m_frame->error_output;
+    frame->standard_output = 0;
+    frame->previous = m_frame;
+    SetOutputFlags(0, output_flags);
+    int left = frame->plain_parameters();
+    while (left > 0 && m_stack->PopNumber(frame->locals()->Get(left - 1)))
+        --left;
+    if (left > 0)
+        PassPlainParameters(left, frame->locals());
+    EnterFrame(frame, m_segment, frame->function()->offset());
+    return left == 0;
+}
+
+// Whether the frame has been entered so and leaves nothing but its value.
+inline bool ZephVM::CanLeavePlainFunction(const Stack_Entry& value)
+{
+    if (!m_frame->Is(ZephVM_Frame::kFunction))
+        return false;
+    ZephVM_FunctionFrame* frame = static_cast<ZephVM_FunctionFrame*>(m_frame);
+    bool is_borrowed = value.kind == Stack_Entry::kVariable && !value.owned;
+    return frame->next_step && !is_borrowed && !m_trace_mask && m_features.Entries() == 0 &&
+           frame->HasItsLocals() && frame->previous->stack()->HasRoom();
+}
+
+// The step behind the call.
+inline DecodedStep* ZephVM::LeavePlainFunction(const Stack_Entry& value, int* output_flags)
+{
+    ZephVM_FunctionFrame* frame = static_cast<ZephVM_FunctionFrame*>(m_frame);
+    EnterFrame(frame->previous, m_segment, frame->return_offset);
+    m_stack->m_entries[m_stack->m_used++] = value;
+    frame->stack()->m_used = 0;
+    frame->locals()->Recycle(frame->plain_parameters());
+    int index = frame->function()->index();
+    frame->previous = m_spare_frames[index];
+    m_spare_frames[index] = frame;
+    SetOutputFlags(m_frame->standard_output, output_flags);
+    return frame->next_step;
 }
 
 // The flags are read wherever a run may go on without end: at jumps backward, at calls and
@@ -254,6 +128,7 @@ int ZephVM::Go()
         &&increment,
         &&store_integer,
         &&call,
+        &&ret,
         &&end,
         &&link,
         &&arithmetic_variable,
@@ -268,15 +143,19 @@ int ZephVM::Go()
         &&store_element,
         &&push_member,
         &&store_member,
+        &&calculate,
+        &&calculate_store,
+        &&compare_operands_jump,
+        &&increment_loop,
+        &&calculate_number_loop,
+        &&calculate_variable_loop,
     };
     DecodedCode* code;
     DecodedStep* step;
-    Tables tables;
-    Stack_Entry* base;
+    StepOperands operands(m_dictionary, m_global_variables);
     Stack_Entry* top;    // behind the last entry
-    Stack_Entry* limit;  // of what has memory; a handler gets more, or finds none
     int segment;
-    tables.by_kind[DecodedStep::kGlobal] = m_global_variables;
+    int output_flags = kUnknownFlags;  // those that the output is known to have
 
 // Goes on with a step.
 #define ZEPH_DO(next_step)           \
@@ -316,22 +195,33 @@ resume:
     code = Decoded();
     step = code->At(m_pc);
 take_frame:
-    tables.by_kind[DecodedStep::kLocal] = m_frame->locals();
-    base = m_stack->m_entries;
-    top = base + m_stack->m_used;
-    limit = base + m_stack->m_allocated;
+    operands.SetLocals(m_frame->locals());
+    operands.base = m_stack->m_entries;
+    top = operands.base + m_stack->m_used;
+    operands.limit = operands.base + m_stack->m_allocated;
     ZEPH_DO(step);
 
-call:
-    if (Function* function = m_functions->Index(step->a)) {
-        m_stack->m_used = int(top - base);
-        m_instruction_offset = step->offset;
-        m_pc = step->next;
-        function->is_external() ? CallExternalFunction(function) : CallFunction(function);
+call : {
+    ZephVM_FunctionFrame* frame = FrameForPlainCall(step->a, int(top - operands.base));
+    ZEPH_UNLESS(frame && frame->function()->segment() == segment && !IsInterrupted());
+    m_stack->m_used = int(top - operands.base);
+    m_instruction_offset = step->offset;
+    m_pc = step->next;
+    if (!EnterPlainFunction(frame, step, &output_flags))
         goto done;
-    }
+    if (!step->target)
+        step->target = code->At(m_pc);
+    step = step->target;
+    goto take_frame;
+}
+
+ret:
+    ZEPH_UNLESS(top - operands.base == 1 && CanLeavePlainFunction(*operands.base));
+    step = LeavePlainFunction(*operands.base, &output_flags);
+    goto take_frame;
+
 general:
-    m_stack->m_used = int(top - base);
+    m_stack->m_used = int(top - operands.base);
     m_instruction_offset = step->offset;
     m_pc = step->next;
     m_a = unsigned(step->a);
@@ -339,6 +229,7 @@ general:
     m_double_a = step->real;
     Execute(step->word);
 done:
+    output_flags = kUnknownFlags;
     // The end of the code is left to the look-up, which makes no step for it: native code
     // that calls script comes by there each time.
     if (m_halted || *m_exit || m_segment != segment || m_loaded_segment != segment ||
@@ -349,7 +240,7 @@ done:
 
 end:
     m_pc = step->offset;
-    m_stack->m_used = int(top - base);
+    m_stack->m_used = int(top - operands.base);
     goto resume;
 
 link:
@@ -361,7 +252,7 @@ jump : {
     unsigned int to = step->next + unsigned(step->result);
     if (to <= step->offset && IsInterrupted()) {
         m_pc = to;
-        m_stack->m_used = int(top - base);
+        m_stack->m_used = int(top - operands.base);
         goto resume;
     }
     if (!step->target)
@@ -370,7 +261,7 @@ jump : {
 }
 
 jump_if:
-    ZEPH_UNLESS(top > base && top[-1].kind == Stack_Entry::kInteger);
+    ZEPH_UNLESS(top > operands.base && top[-1].kind == Stack_Entry::kInteger);
     --top;
     if (step->outcomes & OutcomeOf(top->integer))
         goto jump;
@@ -384,7 +275,7 @@ line:
 push_constant : {
     int length;
     const char* text = m_dictionary->Entry(step->a, &length);
-    ZEPH_UNLESS(text && top < limit);
+    ZEPH_UNLESS(text && top < operands.limit);
     top->kind = Stack_Entry::kString;
     top->owned = 0;
     top->string = text;
@@ -394,38 +285,38 @@ push_constant : {
 }
 
 push_integer:
-    ZEPH_UNLESS(top < limit);
+    ZEPH_UNLESS(top < operands.limit);
     SetInteger(top++, step->a);
     ZEPH_DO(step + 1);
 
 push_double:
-    ZEPH_UNLESS(top < limit);
+    ZEPH_UNLESS(top < operands.limit);
     SetDouble(top++, step->real);
     ZEPH_DO(step + 1);
 
 push_variable : {
-    Variable* variable = tables.At(step->left_table, step->a);
-    ZEPH_UNLESS(variable && top < limit);
+    Variable* variable = operands.Left(step);
+    ZEPH_UNLESS(variable && top < operands.limit);
     SetVariable(top++, variable);
     ZEPH_DO(step + 1);
 }
 
 pop_variable : {
-    Variable* variable = tables.At(step->left_table, step->a);
-    ZEPH_UNLESS(variable && top > base && Store(variable, top[-1]));
+    Variable* variable = operands.Left(step);
+    ZEPH_UNLESS(variable && top > operands.base && Store(variable, top[-1]));
     --top;
     ZEPH_DO(step + 1);
 }
 
 pop:
-    ZEPH_UNLESS(top > base && (!top[-1].owned || top[-1].kind == Stack_Entry::kVariable));
+    ZEPH_UNLESS(top > operands.base && (!top[-1].owned || top[-1].kind == Stack_Entry::kVariable));
     --top;
     Drop(*top);
     ZEPH_DO(step + 1);
 
 arithmetic : {
     double left, right;
-    ZEPH_UNLESS(top - base >= 2 && ArithmeticValue(top[-1], &right) &&
+    ZEPH_UNLESS(top - operands.base >= 2 && ArithmeticValue(top[-1], &right) &&
                 ArithmeticValue(top[-2], &left));
     --top;
     Drop(*top);
@@ -436,7 +327,7 @@ arithmetic : {
 
 compare : {
     double left, right;
-    ZEPH_UNLESS(top - base >= 2 && ComparedValue(top[-2], &left) && ComparedValue(top[-1], &right));
+    ZEPH_UNLESS(top - operands.base >= 2 && ComparedValue(top[-2], &left) && ComparedValue(top[-1], &right));
     --top;
     Drop(top[-1]);
     Drop(*top);
@@ -449,7 +340,7 @@ compare : {
 }
 
 increment : {
-    Variable* variable = tables.At(step->left_table, step->a);
+    Variable* variable = operands.Left(step);
     int value;
     ZEPH_UNLESS(variable && DirectValue::Integer(variable, &value) &&
                 DirectValue::SetInteger(variable, int(unsigned(value) + unsigned(step->b))));
@@ -457,16 +348,16 @@ increment : {
 }
 
 store_integer : {
-    Variable* variable = tables.At(step->left_table, step->a);
+    Variable* variable = operands.Left(step);
     ZEPH_UNLESS(variable && DirectValue::SetInteger(variable, step->b));
     ZEPH_DO(step + 1);
 }
 
 arithmetic_variable : {
-    Variable* left_variable = tables.At(step->left_table, step->a);
-    Variable* right_variable = tables.At(step->right_table, step->b);
+    Variable* left_variable = operands.Left(step);
+    Variable* right_variable = operands.Right(step);
     double left, right;
-    ZEPH_FUSED_UNLESS(left_variable && right_variable && limit - top >= 2 &&
+    ZEPH_FUSED_UNLESS(left_variable && right_variable && operands.limit - top >= 2 &&
                       DirectValue::Double(right_variable, &right) &&
                       DirectValue::Double(left_variable, &left));
     SetDouble(top++, Calculated(step->operation, left, right));
@@ -474,19 +365,19 @@ arithmetic_variable : {
 }
 
 arithmetic_number : {
-    Variable* variable = tables.At(step->left_table, step->a);
+    Variable* variable = operands.Left(step);
     double left;
-    ZEPH_FUSED_UNLESS(variable && limit - top >= 2 && DirectValue::Double(variable, &left));
+    ZEPH_FUSED_UNLESS(variable && operands.limit - top >= 2 && DirectValue::Double(variable, &left));
     SetDouble(top++, Calculated(step->operation, left, step->real));
     ZEPH_DO(step + step->skip);
 }
 
 arithmetic_variable_store : {
-    Variable* left_variable = tables.At(step->left_table, step->a);
-    Variable* right_variable = tables.At(step->right_table, step->b);
-    Variable* result = tables.At(step->result_table, step->result);
+    Variable* left_variable = operands.Left(step);
+    Variable* right_variable = operands.Right(step);
+    Variable* result = operands.Result(step);
     double left, right;
-    ZEPH_FUSED_UNLESS(left_variable && right_variable && result && limit - top >= 2 &&
+    ZEPH_FUSED_UNLESS(left_variable && right_variable && result && operands.limit - top >= 2 &&
                       DirectValue::Double(right_variable, &right) &&
                       DirectValue::Double(left_variable, &left) &&
                       DirectValue::SetDouble(result, Calculated(step->operation, left, right)));
@@ -494,10 +385,10 @@ arithmetic_variable_store : {
 }
 
 arithmetic_number_store : {
-    Variable* variable = tables.At(step->left_table, step->a);
-    Variable* result = tables.At(step->result_table, step->result);
+    Variable* variable = operands.Left(step);
+    Variable* result = operands.Result(step);
     double left;
-    ZEPH_FUSED_UNLESS(variable && result && limit - top >= 2 &&
+    ZEPH_FUSED_UNLESS(variable && result && operands.limit - top >= 2 &&
                       DirectValue::Double(variable, &left) &&
                       DirectValue::SetDouble(result,
                                              Calculated(step->operation, left, step->real)));
@@ -505,10 +396,10 @@ arithmetic_number_store : {
 }
 
 compare_variable_jump : {
-    Variable* left_variable = tables.At(step->left_table, step->a);
-    Variable* right_variable = tables.At(step->right_table, step->b);
+    Variable* left_variable = operands.Left(step);
+    Variable* right_variable = operands.Right(step);
     double left, right;
-    ZEPH_FUSED_UNLESS(left_variable && right_variable && limit - top >= 2 &&
+    ZEPH_FUSED_UNLESS(left_variable && right_variable && operands.limit - top >= 2 &&
                       DirectValue::Comparable(left_variable, &left) &&
                       DirectValue::Comparable(right_variable, &right));
     if (step->outcomes & OutcomeOf(left, right))
@@ -517,9 +408,9 @@ compare_variable_jump : {
 }
 
 compare_number_jump : {
-    Variable* variable = tables.At(step->left_table, step->a);
+    Variable* variable = operands.Left(step);
     double left;
-    ZEPH_FUSED_UNLESS(variable && limit - top >= 2 && DirectValue::Comparable(variable, &left));
+    ZEPH_FUSED_UNLESS(variable && operands.limit - top >= 2 && DirectValue::Comparable(variable, &left));
     if (step->outcomes & OutcomeOf(left, step->real))
         goto jump;
     ZEPH_DO(step + step->skip);
@@ -527,7 +418,7 @@ compare_number_jump : {
 
 compare_jump : {
     double left, right;
-    ZEPH_FUSED_UNLESS(top - base >= 2 && ComparedValue(top[-2], &left) &&
+    ZEPH_FUSED_UNLESS(top - operands.base >= 2 && ComparedValue(top[-2], &left) &&
                       ComparedValue(top[-1], &right));
     top -= 2;
     Drop(top[0]);
@@ -538,52 +429,139 @@ compare_jump : {
 }
 
 append : {
-    Variable* variable = tables.At(step->left_table, step->a);
-    Pieces pieces(tables, m_dictionary, step);
-    ZEPH_FUSED_UNLESS(variable && limit - top >= 2 && DirectValue::IsPlainScalar(variable) &&
+    Variable* variable = operands.Left(step);
+    AppendedPieces pieces(operands, m_dictionary, step);
+    ZEPH_FUSED_UNLESS(variable && operands.limit - top >= 2 && DirectValue::IsPlainScalar(variable) &&
                       pieces.AreApartFrom(variable));
     pieces.AppendTo(variable);
     ZEPH_DO(step + step->skip);
 }
 
 push_element : {
-    Variable* array = tables.At(step->left_table, step->a);
-    Variable* element = nullptr;
-    if (array && limit - top >= 2)
-        element = DirectValue::Element(array, IndexOf(tables, step));
+    Variable* array = operands.Left(step);
+    ZEPH_FUSED_UNLESS(array && operands.limit - top >= 2);
+    int index = operands.Index(step);
+    // Where just the number is asked for, the element need not be had as a variable.
+    if (step->operation) {
+        int integer;
+        double real;
+        switch (DirectValue::ElementNumber(array, index, &integer, &real)) {
+            case Variable::kInteger:
+                SetInteger(top++, integer);
+                ZEPH_DO(step + step->skip);
+            case Variable::kDouble:
+                SetDouble(top++, real);
+                ZEPH_DO(step + step->skip);
+            default:
+                break;
+        }
+    }
+    Variable* element = DirectValue::Element(array, index);
     ZEPH_FUSED_UNLESS(element);
     SetVariable(top++, element);
     ZEPH_DO(step + step->skip);
 }
 
 store_element : {
-    Variable* array = tables.At(step->left_table, step->a);
-    Variable* element = nullptr;
-    // Nothing is made for a value that cannot be stored: the index may be a part of it.
-    if (array && top > base && limit - top >= 2 && IsStorable(top[-1]))
-        element = DirectValue::MadeElement(array, IndexOf(tables, step));
-    ZEPH_FUSED_UNLESS(element && Store(element, top[-1]));
+    ZEPH_FUSED_UNLESS(top > operands.base && operands.limit - top >= 2);
+    if (top[-1].kind == Stack_Entry::kInteger) {
+        ZEPH_FUSED_UNLESS(operands.SetElement(step, top[-1].integer));
+    } else if (top[-1].kind == Stack_Entry::kDouble) {
+        ZEPH_FUSED_UNLESS(operands.SetElement(step, top[-1].real));
+    } else {
+        Variable* array = operands.Left(step);
+        Variable* element = nullptr;
+        // Nothing is made for a value that cannot be stored: the index may be a part of it.
+        if (array && top[-1].kind == Stack_Entry::kString && !top[-1].owned)
+            element = DirectValue::MadeElement(array, operands.Index(step));
+        ZEPH_FUSED_UNLESS(element && Store(element, top[-1]));
+    }
     --top;
     ZEPH_DO(step + step->skip);
 }
 
 push_member : {
-    Variable* structure = tables.At(step->left_table, step->a);
-    AggregateElement* member = nullptr;
-    if (structure && limit - top >= 2)
-        member = MemberOf(m_dictionary, structure, step);
+    ZEPH_FUSED_UNLESS(operands.limit - top >= 2);
+    Variable* member = operands.Member(step);
     ZEPH_FUSED_UNLESS(member);
-    SetVariable(top++, member->var());
+    SetVariable(top++, member);
     ZEPH_DO(step + step->skip);
 }
 
 store_member : {
-    Variable* structure = tables.At(step->left_table, step->a);
-    AggregateElement* member = nullptr;
-    if (structure && top > base && limit - top >= 2)
-        member = MemberOf(m_dictionary, structure, step);
-    ZEPH_FUSED_UNLESS(member && Store(member->var(), top[-1]));
+    ZEPH_FUSED_UNLESS(top > operands.base && operands.limit - top >= 2);
+    Variable* member = operands.Member(step);
+    ZEPH_FUSED_UNLESS(member && Store(member, top[-1]));
     --top;
+    ZEPH_DO(step + step->skip);
+}
+
+calculate : {
+    double left, right;
+    ZEPH_FUSED_UNLESS(operands.limit - top >= 3 && operands.Number(step + 1, &left) &&
+                      operands.Number(step + step->second, &right));
+    SetDouble(top++, Calculated(step->operation, left, right));
+    ZEPH_DO(step + step->skip);
+}
+
+calculate_store : {
+    double left, right;
+    ZEPH_FUSED_UNLESS(operands.limit - top >= 3 && operands.Number(step + 1, &left) &&
+                      operands.Number(step + step->second, &right) &&
+                      operands.Store(step + step->third,
+                                     Calculated(step->operation, left, right)));
+    ZEPH_DO(step + step->skip);
+}
+
+compare_operands_jump : {
+    double left, right;
+    ZEPH_FUSED_UNLESS(operands.limit - top >= 3 && operands.Comparable(step + 1, &left) &&
+                      operands.Comparable(step + step->second, &right));
+    if (step->outcomes & OutcomeOf(left, right))
+        goto jump;
+    ZEPH_DO(step + step->skip);
+}
+
+    // The comparison stands in the second part of these.
+increment_loop : {
+    Variable* variable = operands.Left(step);
+    int value;
+    ZEPH_FUSED_UNLESS(variable && operands.limit - top >= 2 && DirectValue::Integer(variable, &value));
+    value = int(unsigned(value) + unsigned(step->b));
+    ZEPH_FUSED_UNLESS(DirectValue::SetInteger(variable, value));
+    step += step->second;
+    if (step->outcomes & OutcomeOf(value, step->real))
+        goto jump;
+    ZEPH_DO(step + step->skip);
+}
+
+calculate_number_loop : {
+    Variable* variable = operands.Left(step);
+    Variable* result = operands.Result(step);
+    double value;
+    ZEPH_FUSED_UNLESS(variable && result && operands.limit - top >= 2 &&
+                      DirectValue::Double(variable, &value));
+    value = Calculated(step->operation, value, step->real);
+    ZEPH_FUSED_UNLESS(DirectValue::SetDouble(result, value));
+    step += step->second;
+    if (step->outcomes & OutcomeOf(value, step->real))
+        goto jump;
+    ZEPH_DO(step + step->skip);
+}
+
+calculate_variable_loop : {
+    Variable* left_variable = operands.Left(step);
+    Variable* right_variable = operands.Right(step);
+    Variable* result = operands.Result(step);
+    double left, right;
+    ZEPH_FUSED_UNLESS(left_variable && right_variable && result && operands.limit - top >= 2 &&
+                      DirectValue::Double(right_variable, &right) &&
+                      DirectValue::Double(left_variable, &left));
+    left = Calculated(step->operation, left, right);
+    ZEPH_FUSED_UNLESS(DirectValue::SetDouble(result, left));
+    step += step->second;
+    if (step->outcomes & OutcomeOf(left, step->real))
+        goto jump;
     ZEPH_DO(step + step->skip);
 }
 
