@@ -69,6 +69,7 @@ public:
     // A number that no other tree has, and that changes with every element that comes or
     // goes: whoever keeps an element can tell by it whether it is still there.
     unsigned long long stamp() const { return m_stamp; }
+    void Restamp() { m_stamp = NewStamp(); }
 
 private:
     bool IsRun() const { return m_run.Entries() > 0; }

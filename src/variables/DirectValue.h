@@ -102,11 +102,17 @@ public:
         return IsPlainScalar(variable) && variable->m_refcount == 1 &&
                variable->m_value.capacity() <= kMostStorage;
     }
+    // A new variable of the name of a plain scalar, null for another variable.
+    static Variable* NewLike(const Variable* variable)
+    {
+        return IsPlainScalar(variable) ? Variable::New(variable->m_name) : nullptr;
+    }
     // Sets a plain scalar to its own text and another one, which is not its own, behind it.
     // It costs no more than the bytes that are added.
     static void Append(Variable* variable, const char* text, int length)
     {
-        variable->Variable::value();
+        if (!(variable->m_valid & Variable::kTextValid))
+            variable->Variable::value();
         variable->m_value.Append(text, length);
         variable->SetForm(Variable::kTextValid, Variable::kText);
     }
@@ -151,6 +157,12 @@ public:
     {
         bool is_structure = variable->m_direct && variable->m_aggregate == kAggregateStructure;
         return is_structure ? variable->m_elements : nullptr;
+    }
+
+    // Whether its elements have a stamp that they had when Members() gave them.
+    static bool HasStamp(const Variable* variable, unsigned long long stamp)
+    {
+        return variable->m_elements && variable->m_elements->stamp() == stamp;
     }
 
     // IncRefCount() and DecRefCount(), always done.

@@ -127,7 +127,9 @@ void String::Append(const char* text, int length)
     length = InputLength(text, length);
     long long sum = (long long)m_length + length;
     if (sum < m_capacity) {
-        cat(text, length);
+        CopyText(m_data + m_length, text, length);
+        m_length = int(sum);
+        m_data[m_length] = 0;
         return;
     }
     int capacity = CapacityFor(sum);

@@ -84,6 +84,9 @@ Variable::Variable(Variable&& source, int refcount)
       m_aggregate(source.m_aggregate),
       m_walked(source.m_walked)
 {
+    // Whoever has kept elements by the stamp meets another class now.
+    if (m_elements)
+        m_elements->Restamp();
 }
 
 void* Variable::operator new(size_t size)
@@ -104,6 +107,13 @@ Variable* Variable::New(const char* name, int name_length)
 }
 
 Variable* Variable::New(const PermanentText& name)
+{
+    Variable* variable = new Variable(name);
+    variable->m_direct = true;
+    return variable;
+}
+
+Variable* Variable::New(const VariableName& name)
 {
     Variable* variable = new Variable(name);
     variable->m_direct = true;

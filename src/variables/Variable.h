@@ -61,6 +61,7 @@ public:
     Variable(const char* name, int name_length) : m_name(name, name_length) {}
     // Points at its name.
     explicit Variable(const PermanentText& name) : m_name(name) {}
+    explicit Variable(const VariableName& name) : m_name(name) {}
     Variable(const char* name, int name_length, const char* text, int length);
     Variable(const String& name, const String& text);
     Variable(const char* name, int name_length, double value);
@@ -71,6 +72,7 @@ public:
     // that is permanent is only pointed at.
     static Variable* New(const char* name, int name_length);
     static Variable* New(const PermanentText& name);
+    static Variable* New(const VariableName& name);
 
     // Variables are made and ended all the time, so their memory is kept for the next one.
     static void* operator new(size_t size);

@@ -73,15 +73,13 @@ void VariableHash::Dump()
     }
 }
 
-void VariableHash::Recycle(int kept)
+// Releases the variable of a slot. One that is wanted again and lives on elsewhere, as the
+// value of a call may do, leaves another one of its name.
+void VariableHash::Renew(int slot, int kept)
 {
-    for (int slot = 0; slot < m_count; ++slot) {
-        Variable* variable = m_entries[slot].variable;
-        if (!variable || (slot < kept && DirectValue::IsReusable(variable)))
-            continue;
-        m_entries[slot].variable = nullptr;
-        DirectValue::DropCount(variable);
-    }
+    Variable* variable = m_entries[slot].variable;
+    m_entries[slot].variable = slot < kept ? DirectValue::NewLike(variable) : nullptr;
+    DirectValue::DropCount(variable);
 }
 
 const char* VariableHash::Name(int slot, int* length)

@@ -1,6 +1,7 @@
 #ifndef ZEPH_VARIABLES_VARIABLEHASH_H
 #define ZEPH_VARIABLES_VARIABLEHASH_H
 
+#include "variables/DirectValue.h"
 #include "variables/HashChains.h"
 #include "variables/NamePool.h"
 #include "variables/StringClass.h"
@@ -129,7 +130,14 @@ public:
     // Releases the variables, but in the slots below `kept` leaves those that are plain
     // scalars and nobody else's, with whatever value they have, for a caller that sets
     // them anew.
-    void Recycle(int kept);
+    void Recycle(int kept)
+    {
+        for (int slot = 0; slot < m_count; ++slot) {
+            Variable* variable = m_entries[slot].variable;
+            if (variable && !(slot < kept && DirectValue::IsReusable(variable)))
+                Renew(slot, kept);
+        }
+    }
     // The variable of a slot, if this very table holds one; inline for the machine's loop.
     Variable* Made(int slot) const
     {
@@ -143,6 +151,8 @@ public:
         return variable ? variable : Index(slot, 1);
     }
     int slots() const { return m_count; }
+    // What Made looks at, until the next insertion.
+    const _VH_Entry* entries() const { return m_entries; }
 
     // The name of a slot, counted; null for none.
     const char* Name(int slot, int* length);
@@ -167,6 +177,7 @@ protected:
     bool m_is_system = false;
 
 private:
+    void Renew(int slot, int kept);
     void CopySlots(const VariableHash& source, bool keeps_versions);
     void Grow();
 

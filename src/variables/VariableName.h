@@ -1,6 +1,8 @@
 #ifndef ZEPH_VARIABLES_VARIABLENAME_H
 #define ZEPH_VARIABLES_VARIABLENAME_H
 
+#include <string.h>
+
 #include "variables/StringClass.h"
 
 // Counted text that outlives every variable of the process, such as that of the program's
@@ -21,8 +23,10 @@ public:
     explicit VariableName(const PermanentText& text) { Set(text); }
     VariableName(const VariableName& other)
     {
-        if (other.m_form != 0)
+        if (other.m_form == kString)
             Copy(other);
+        else
+            CopyBytes(other);
     }
     VariableName(VariableName&& other) noexcept;
     VariableName& operator=(const VariableName&) = delete;
@@ -58,6 +62,11 @@ private:
     const String* string() const { return const_cast<VariableName*>(this)->string(); }
     PermanentText permanent() const;
     void Copy(const VariableName& other);
+    void CopyBytes(const VariableName& other)
+    {
+        memcpy(m_bytes, other.m_bytes, sizeof m_bytes);
+        m_form = other.m_form;
+    }
     void Set(const char* text, int length);
     void Set(const PermanentText& text);
     void Clear()

@@ -15,6 +15,19 @@ public:
     {
     }
 
+    // Appends the only piece, if that is a constant.
+    bool AppendConstantTo(Variable* target) const
+    {
+        const DecodedStep& piece = at(0);
+        if (count() > 1 || piece.kind != DecodedStep::kPushConstant)
+            return false;
+        int length;
+        const char* text = m_texts->Entry(piece.a, &length);
+        if (!text)
+            return false;
+        DirectValue::Append(target, text, length);
+        return true;
+    }
     // Whether all can be had without looking at what they are appended to.
     bool AreApartFrom(Variable* target) const
     {
@@ -31,9 +44,9 @@ public:
     }
 
 private:
-    // Behind the step: the variable, then each piece with its concatenation.
-    int count() const { return (m_step->skip - 3) / 2; }
-    const DecodedStep& at(int i) const { return m_step[2 + 2 * i]; }
+    // The parts are the variable, then each piece with its concatenation.
+    int count() const { return m_step->b; }
+    const DecodedStep& at(int i) const { return m_step[m_step->parts + 1 + 2 * i]; }
 
     bool IsApartFrom(Variable* target, const DecodedStep& piece) const
     {

@@ -5,7 +5,7 @@
 
 #include "image/little_endian.h"
 #include "variables/allocation.h"
-#include "vm/StepFusion.h"
+#include "vm/StepRun.h"
 
 namespace {
 
@@ -142,74 +142,45 @@ bool DecodedCode::IsEnd(unsigned int offset) const
 // code, or to what has been decoded already.
 DecodedStep* DecodedCode::Decode(unsigned int offset)
 {
-    DecodedStep run[kRunLength];
+    DecodedStep instructions[StepRun::kMostInstructions];
     int count = 0;
     unsigned int at = offset;
     bool is_open = true;
-    while (is_open && count < kRunLength && !IsEnd(at) && !(count > 0 && m_at[at])) {
-        Take(at, &run[count]);
-        is_open = !EndsRun(run[count]);
-        run[count].skip = is_open;
-        at = run[count++].next;
+    while (is_open && count < StepRun::kMostInstructions && !IsEnd(at) &&
+           !(count > 0 && m_at[at])) {
+        Take(at, &instructions[count]);
+        is_open = !EndsRun(instructions[count]);
+        at = instructions[count++].next;
     }
-    // One chunk holds all of them, since a step goes on to the one behind it.
-    if (m_used + kMostSteps > kChunkSteps) {
-        Chunk* chunk = static_cast<Chunk*>(GrownMemory(nullptr, 1, sizeof(Chunk)));
-        chunk->previous = m_chunk;
-        m_chunk = chunk;
-        m_used = 0;
-    }
-    DecodedStep* first = &m_chunk->steps[m_used];
-    AddRun(run, count);
-    if (is_open) {
-        DecodedStep behind = {};
-        behind.kind = IsEnd(at) ? DecodedStep::kEnd : DecodedStep::kLink;
-        behind.offset = behind.next = at;
-        Add(behind);
-    }
-    return first;
+    return Keep(StepRun(instructions, count, at, IsEnd(at)));
 }
 
-DecodedStep* DecodedCode::Add(const DecodedStep& step)
+DecodedStep* DecodedCode::Keep(const StepRun& run)
 {
-    DecodedStep* added = &m_chunk->steps[m_used++];
-    *added = step;
-    return added;
+    if (m_left < run.count())
+        AddChunk(run.count());
+    DecodedStep* steps = m_free;
+    run.CopyTo(steps);
+    m_free += run.count();
+    m_left -= run.count();
+    // Steps of several come before those that they consist of.
+    for (int i = 0; i < run.count(); ++i) {
+        bool is_instruction = steps[i].kind != DecodedStep::kLink && steps[i].kind != DecodedStep::kEnd;
+        if (is_instruction && !m_at[steps[i].offset])
+            m_at[steps[i].offset] = &steps[i];
+    }
+    return steps;
 }
 
-void DecodedCode::AddRun(const DecodedStep* run, int count)
+void DecodedCode::AddChunk(int least)
 {
-    for (int i = 0; i < count;)
-        i += AddNext(run + i, count - i);
-}
-
-// Adds the step of the next instruction, or that of several and all behind it that they
-// consist of. The number of instructions.
-int DecodedCode::AddNext(const DecodedStep* run, int count)
-{
-    DecodedStep fused;
-    Fusion fusion;
-    if (!FuseSteps(run, count, &fused, &fusion)) {
-        DecodedStep* only = Add(*run);
-        if (!m_at[run->offset])
-            m_at[run->offset] = only;
-        return 1;
-    }
-    DecodedStep* head = Add(fused);
-    if (!m_at[run->offset])
-        m_at[run->offset] = head;
-    int done = 0;
-    unsigned char* places[] = {nullptr, &head->second, &head->third};
-    for (int part = 0; part < fusion.parts; ++part) {
-        if (part > 0)
-            *places[part] = static_cast<unsigned char>(StepsSince(head));
-        AddRun(run + done, fusion.lengths[part]);
-        done += fusion.lengths[part];
-    }
-    for (; done < fusion.count; ++done)
-        Add(run[done]);
-    head->skip = static_cast<unsigned char>(StepsSince(head));
-    return fusion.count;
+    const int kUsual = 80;
+    m_left = least > kUsual ? least : kUsual;
+    Chunk* chunk = static_cast<Chunk*>(
+        GrownMemory(nullptr, 1, sizeof(Chunk) + size_t(m_left) * sizeof(DecodedStep)));
+    chunk->previous = m_chunk;
+    m_chunk = chunk;
+    m_free = reinterpret_cast<DecodedStep*>(chunk + 1);
 }
 
 // Operands are taken by the word's bits alone, and may run past the end of the code: every
@@ -240,5 +211,6 @@ void DecodedCode::Take(unsigned int offset, DecodedStep* step) const
         step->operation = form->operation;
         step->outcomes = static_cast<unsigned char>(form->outcomes);
         step->left_table = form->table;
+        step->is_backward = step->next + unsigned(step->a) <= offset;
     }
 }

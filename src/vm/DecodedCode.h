@@ -4,15 +4,19 @@
 #include "image/PreparedCode.h"
 
 class AggregateElement;
+class StepRun;
 
 // One step of the inner loop: an instruction with its operands taken apart, or several
 // instructions in a row that are done as one.
 //
-// A step of several stands in front of the steps of its parts, and those in the end are the
-// single steps of the same instructions: where it cannot do its work, the loop simply goes on
-// to the next step.
+// Steps stand in the order in which they are done. What a step of several consists of stands
+// apart, behind the run: its parts, which may be steps of several themselves, down to the
+// single steps of the same instructions, and a link back. Where such a step cannot do its
+// work, the loop simply goes on with the parts.
 //
-//   [ a.x + b into c.x ] [ a.x ] [a] [x] [memb] [b] [add] [ into c.x ] [c] [x] [memb] [store]
+//   [ a.x + b into c ] [ next ] ...   [ a.x ] [b] [add] [into c] [link]   [a] [x] [memb] [link]
+//      parts ------------------------^   parts -----------------------^
+//
 struct DecodedStep {
     // What the loop does. Its table of labels has the same order.
     enum Kind : unsigned short {
@@ -92,12 +96,13 @@ struct DecodedStep {
     int a;                // first operand; of several, the slot of the left operand
     int b;                // second operand; of several, the slot of the right one or a number
     int result;           // slot of the result; distance of a jump
-    unsigned char result_table;
-    // Steps to the one behind those that this one stands for; 0 when none is behind it, since
-    // the instruction never goes on there.
-    unsigned char skip;
-    // Of parts that are steps of several themselves: the steps from this one to the second and
-    // to the third part. The first one is the next step.
+    union {
+        unsigned char result_table;
+        bool is_backward;  // of a jump: it may be part of a loop
+    };
+    // Of a step of several: the steps from this one to its first part, and, where the parts
+    // are read, to the second and the third one.
+    unsigned char parts;
     unsigned char second;
     unsigned char third;
     union {
@@ -126,31 +131,24 @@ public:
     }
 
 private:
-    // Instructions that are taken apart in one go, and the steps that they can give.
-    static constexpr int kRunLength = 40;
-    static constexpr int kMostSteps = 2 * kRunLength + 1;
-    static constexpr int kChunkSteps = 4 * kMostSteps;
-
+    // In front of the steps that it holds.
     struct Chunk {
         Chunk* previous;
-        DecodedStep steps[kChunkSteps];
     };
 
     DecodedStep* Decode(unsigned int offset);
     bool IsEnd(unsigned int offset) const;
     // Takes an instruction apart.
     void Take(unsigned int offset, DecodedStep* step) const;
-    DecodedStep* Add(const DecodedStep& step);
-    void AddRun(const DecodedStep* run, int count);
-    int AddNext(const DecodedStep* run, int count);
-    // From a step of the last chunk to the next one that is added to it.
-    int StepsSince(const DecodedStep* step) const { return int(m_chunk->steps + m_used - step); }
+    DecodedStep* Keep(const StepRun& run);
+    void AddChunk(int least);
 
     const unsigned char* m_code;
     unsigned int m_size;
-    DecodedStep** m_at;        // owned; first steps, by offset
-    Chunk* m_chunk = nullptr;  // the last one; owned, with those before it
-    int m_used = kChunkSteps;  // steps of it
+    DecodedStep** m_at;              // owned; the step to begin with, by offset
+    Chunk* m_chunk = nullptr;        // the last one; owned, with those before it
+    DecodedStep* m_free = nullptr;   // room in it
+    int m_left = 0;                  // steps
 };
 
 #endif

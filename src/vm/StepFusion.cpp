@@ -17,8 +17,6 @@ enum Word : unsigned short {
     kCmpgiWord = 0x5302
 };
 
-// The most instructions of one sequence: DecodedStep::skip counts the steps of it.
-const int kLongest = 30;
 
 // The instructions at hand; those that are not there are of no kind.
 class Steps {
@@ -86,6 +84,7 @@ void Start(const Steps& steps, int count, DecodedStep::Kind kind, DecodedStep* f
     fused->target = nullptr;
     fusion->count = count;
     fusion->parts = 0;
+    fusion->stores_into_left = false;
 }
 
 void SetParts(std::initializer_list<int> lengths, Fusion* fusion)
@@ -109,7 +108,8 @@ void SetRight(const Steps& steps, int i, DecodedStep* fused)
 // Whether a conditional jump is taken for each result of a comparison.
 unsigned char JumpingOutcomes(const DecodedStep& compare, const DecodedStep& jump)
 {
-    if (compare.operation)
+    // What compares globals gives the result itself, too.
+    if (compare.kind != DecodedStep::kCompare || compare.operation)
         return jump.outcomes;
     int outcomes = 0;
     for (int outcome : {DecodedStep::kLess, DecodedStep::kEqual, DecodedStep::kGreater}) {
@@ -125,6 +125,7 @@ void SetJump(const DecodedStep& compare, const DecodedStep& jump, DecodedStep* f
 {
     fused->outcomes = JumpingOutcomes(compare, jump);
     fused->result = jump.result;
+    fused->is_backward = jump.is_backward;
 }
 
 // variable, then text and concatenation as often as it comes, into the same variable.
@@ -133,13 +134,14 @@ bool FuseAppend(const Steps& steps, DecodedStep* fused, Fusion* fusion)
     if (!steps.IsVariable(0))
         return false;
     int i = 1;
-    while (i + 2 <= kLongest && steps.IsWord(i + 1, kCatWord) &&
+    while (steps.IsWord(i + 1, kCatWord) &&
            (steps.IsSimple(i) || steps.Is(i, DecodedStep::kPushConstant)))
         i += 2;
     if (i == 1 || !steps.Is(i, DecodedStep::kPopVariable) || steps[i].a != steps[0].a ||
         steps[i].left_table != steps[0].left_table)
         return false;
     Start(steps, i + 1, DecodedStep::kAppend, fused, fusion);
+    fused->b = i / 2;
     return true;
 }
 
@@ -164,28 +166,56 @@ bool FuseAccess(const Steps& steps, DecodedStep* fused, Fusion* fusion)
     return true;
 }
 
-// Whether the instructions from `i` on compare the variable of a slot with a number and jump.
-int LoopEnd(const Steps& steps, int i, unsigned char table, int slot)
-{
-    if (steps.IsWord(i, kCmpgiWord) && table == DecodedStep::kGlobal && steps[i].a == slot)
-        return steps.Is(i + 1, DecodedStep::kJumpIf) ? 2 : 0;
-    bool is_compared = steps.IsVariable(i) && steps[i].left_table == table && steps[i].a == slot &&
-                       steps.IsNumber(i + 1) && steps.Is(i + 2, DecodedStep::kCompare) &&
-                       steps.Is(i + 3, DecodedStep::kJumpIf);
-    return is_compared ? 4 : 0;
-}
+// A comparison of a variable with a number and a conditional jump, behind the instructions
+// that set the variable.
+struct LoopEnd {
+    LoopEnd(const Steps& steps, int i, unsigned char table, int slot)
+    {
+        if (steps.IsWord(i, kCmpgiWord) && steps.Is(i + 1, DecodedStep::kJumpIf)) {
+            bool is_same = table == DecodedStep::kGlobal && steps[i].a == slot;
+            count = is_same ? 2 : 0;
+            number = steps[i].b;
+            is_integer = true;
+        } else if (steps.IsVariable(i) && steps.IsNumber(i + 1) &&
+                   steps.Is(i + 2, DecodedStep::kCompare) && steps.Is(i + 3, DecodedStep::kJumpIf)) {
+            bool is_same = steps[i].left_table == table && steps[i].a == slot;
+            count = is_same ? 4 : 0;
+            number = steps.Number(i + 1);
+            is_integer = steps.Is(i + 1, DecodedStep::kPushInteger);
+        }
+    }
 
-// Makes the step that sets a variable one that has the comparison and the jump as well. They
-// stand in the step of the second part.
-bool FuseLoop(const Steps& steps, int end, DecodedStep::Kind kind, DecodedStep* fused,
+    int count = 0;  // instructions; 0 if there is no such end
+    double number = 0;
+    bool is_integer = false;
+};
+
+// Adds the end to the step that sets the variable.
+void FuseLoop(const Steps& steps, const LoopEnd& end, DecodedStep::Kind kind, DecodedStep* fused,
               Fusion* fusion)
 {
     int set = fusion->count;
-    SetParts({set, end}, fusion);
-    fusion->count = set + end;
+    int count = set + end.count;
+    SetParts({set, end.count}, fusion);
+    fusion->count = count;
     fused->kind = kind;
-    fused->next = steps[set + end - 1].next;
-    return true;
+    fused->next = steps[count - 1].next;
+    SetJump(steps[count - 2], steps[count - 1], fused);
+}
+
+// Adds the end of a loop to the step that sets a variable by itself and another operand, if
+// there is one. Besides its operand the step has room for the number, or for an integer.
+void FuseCount(const Steps& steps, bool is_number, DecodedStep* fused, Fusion* fusion)
+{
+    LoopEnd end(steps, fusion->count, fused->left_table, fused->a);
+    if (end.count == 0 || (is_number && !end.is_integer))
+        return;
+    if (is_number)
+        fused->b = int(end.number);
+    else
+        fused->real = end.number;
+    FuseLoop(steps, end, is_number ? DecodedStep::kCalculateNumberLoop
+                                   : DecodedStep::kCalculateVariableLoop, fused, fusion);
 }
 
 // operand, operand, operation of simple operands, maybe into a variable.
@@ -204,11 +234,18 @@ bool FuseSimpleArithmetic(const Steps& steps, DecodedStep* fused, Fusion* fusion
         return true;
     fused->result = steps[3].a;
     fused->result_table = steps[3].left_table;
-    int end = LoopEnd(steps, 4, fused->result_table, fused->result);
-    if (end == 0)
-        return true;
-    return FuseLoop(steps, end, is_number ? DecodedStep::kCalculateNumberLoop
-                                          : DecodedStep::kCalculateVariableLoop, fused, fusion);
+    if (fused->result == fused->a && fused->result_table == fused->left_table)
+        FuseCount(steps, is_number, fused, fusion);
+    return true;
+}
+
+// Whether a store is into the variable, or the member, that the left operand is.
+bool IsStoreInto(const Steps& steps, int left, int at, int store)
+{
+    bool is_member = left == 3 && store == 4 && steps.IsMemberOf(0) && steps.IsMemberOf(at);
+    bool is_variable = left == 1 && store == 1 && steps.IsVariable(0);
+    return (is_variable || (is_member && steps[1].a == steps[at + 1].a)) &&
+           steps[0].a == steps[at].a && steps[0].left_table == steps[at].left_table;
 }
 
 bool FuseArithmetic(const Steps& steps, int left, int right, DecodedStep* fused, Fusion* fusion)
@@ -220,10 +257,12 @@ bool FuseArithmetic(const Steps& steps, int left, int right, DecodedStep* fused,
           store ? DecodedStep::kCalculateStore : DecodedStep::kCalculate, fused, fusion);
     fused->operation = steps[left + right].operation;
     // The operation itself lies between the second and the third part.
-    if (store)
-        SetParts({left, right + 1, store}, fusion);
-    else
+    if (!store) {
         SetParts({left, right + 1}, fusion);
+        return true;
+    }
+    SetParts({left, right + 1, store}, fusion);
+    fusion->stores_into_left = IsStoreInto(steps, left, left + right + 1, store);
     return true;
 }
 
@@ -269,18 +308,19 @@ bool FuseGlobalCompareJump(const Steps& steps, DecodedStep* fused, Fusion* fusio
         fused->right_table = DecodedStep::kNumber;
         fused->real = steps[0].b;
     }
-    fused->outcomes = steps[1].outcomes;
-    fused->result = steps[1].result;
+    SetJump(steps[0], steps[1], fused);
     return true;
 }
 
 bool FuseIncrement(const Steps& steps, DecodedStep* fused, Fusion* fusion)
 {
-    int end = LoopEnd(steps, 1, steps[0].left_table, steps[0].a);
-    if (end == 0)
+    LoopEnd end(steps, 1, steps[0].left_table, steps[0].a);
+    if (end.count == 0)
         return false;
     Start(steps, 1, DecodedStep::kIncrement, fused, fusion);
-    return FuseLoop(steps, end, DecodedStep::kIncrementLoop, fused, fusion);
+    fused->real = end.number;
+    FuseLoop(steps, end, DecodedStep::kIncrementLoop, fused, fusion);
+    return true;
 }
 
 }  // namespace

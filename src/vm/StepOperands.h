@@ -13,14 +13,19 @@
 // to do.
 class StepOperands {
 public:
-    StepOperands(Dictionary* names, VariableHash* globals)
-        : m_by_kind{nullptr, globals}, m_names(names)
-    {
-    }
+    explicit StepOperands(Dictionary* names) : m_names(names) {}
 
-    void SetLocals(VariableHash* locals) { m_by_kind[DecodedStep::kLocal] = locals; }
+    // To be called for a table whenever anything but a short way has run.
+    void SetTable(DecodedStep::Table table, const VariableHash* variables)
+    {
+        m_tables[table] = {variables->entries(), unsigned(variables->slots())};
+    }
     // The variable of a slot, null if it has not been made.
-    Variable* At(unsigned char table, int slot) const { return m_by_kind[table]->Made(slot); }
+    Variable* At(unsigned char table, int slot) const
+    {
+        const Table& of = m_tables[table];
+        return unsigned(slot) < of.slots ? of.entries[slot].variable : nullptr;
+    }
     Variable* Left(const DecodedStep* step) const { return At(step->left_table, step->a); }
     Variable* Right(const DecodedStep* step) const { return At(step->right_table, step->b); }
     Variable* Result(const DecodedStep* step) const { return At(step->result_table, step->result); }
@@ -36,73 +41,46 @@ public:
     }
     // The member that a step names, null for none. Kept in the step for as long as its
     // structure has the same members.
-    Variable* Member(DecodedStep* step) const
+    [[gnu::always_inline]] Variable* Member(DecodedStep* step) const
     {
         Variable* structure = Left(step);
-        AggregateElementTree* members = structure ? DirectValue::Members(structure) : nullptr;
-        if (!members)
+        if (!structure ||
+            (!DirectValue::HasStamp(structure, step->stamp) && !FindMember(structure, step)))
             return nullptr;
-        if (members->stamp() != step->stamp)
-            FindMember(members, step);
         return step->member ? step->member->var() : nullptr;
     }
 
-    // The number that arithmetic sees of what a step would push.
-    bool Number(DecodedStep* step, double* out) const
+    // The number that arithmetic sees of what a step would push, and the variable that has
+    // it, null for none.
+    [[gnu::always_inline]] bool Number(DecodedStep* step, double* out, Variable** variable) const
     {
-        Variable* variable;
-        switch (step->kind) {
-            case DecodedStep::kPushInteger:
-                *out = step->a;
-                return true;
-            case DecodedStep::kPushDouble:
-                *out = step->real;
-                return true;
-            case DecodedStep::kPushVariable:
-                variable = Left(step);
-                break;
-            case DecodedStep::kPushMember:
-                variable = Member(step);
-                break;
-            case DecodedStep::kPushElement:
-                return ElementNumber(step, out);
-            default:
-                return false;
-        }
-        return variable && DirectValue::Double(variable, out);
+        *variable = nullptr;
+        if (step->kind == DecodedStep::kPushMember)
+            *variable = Member(step);
+        else if (step->kind == DecodedStep::kPushVariable)
+            *variable = Left(step);
+        else
+            return OtherNumber(step, out);
+        return *variable && DirectValue::Double(*variable, out);
     }
     // The number that a comparison sees of it.
-    bool Comparable(DecodedStep* step, double* out) const
+    [[gnu::always_inline]] bool Comparable(DecodedStep* step, double* out) const
     {
         Variable* variable;
-        switch (step->kind) {
-            case DecodedStep::kPushVariable:
-                variable = Left(step);
-                break;
-            case DecodedStep::kPushMember:
-                variable = Member(step);
-                break;
-            default:
-                return Number(step, out);
-        }
+        if (step->kind == DecodedStep::kPushMember)
+            variable = Member(step);
+        else if (step->kind == DecodedStep::kPushVariable)
+            variable = Left(step);
+        else
+            return OtherNumber(step, out);
         return variable && DirectValue::Comparable(variable, out);
     }
     // Does the work of a step that stores, with a number in the place of the entry.
     bool Store(DecodedStep* step, double value) const
     {
-        Variable* variable;
-        switch (step->kind) {
-            case DecodedStep::kPopVariable:
-                variable = Left(step);
-                break;
-            case DecodedStep::kStoreMember:
-                variable = Member(step);
-                break;
-            case DecodedStep::kStoreElement:
-                return SetElement(step, value);
-            default:
-                return false;
-        }
+        if (step->kind == DecodedStep::kStoreElement)
+            return SetElement(step, value);
+        Variable* variable = step->kind == DecodedStep::kStoreMember ? Member(step) : Left(step);
         return variable && DirectValue::SetDouble(variable, value);
     }
     // Sets the element that a step names.
@@ -113,10 +91,14 @@ public:
         return array && DirectValue::SetElement(array, Index(step), value);
     }
 
-    Stack_Entry* base;
-    Stack_Entry* limit;  // of what has memory; a handler gets more, or finds none
-
 private:
+    bool OtherNumber(const DecodedStep* step, double* out) const
+    {
+        if (step->kind == DecodedStep::kPushElement)
+            return ElementNumber(step, out);
+        *out = step->kind == DecodedStep::kPushInteger ? step->a : step->real;
+        return true;
+    }
     bool ElementNumber(const DecodedStep* step, double* out) const
     {
         Variable* array = Left(step);
@@ -132,16 +114,24 @@ private:
                 return false;
         }
     }
-    void FindMember(AggregateElementTree* members, DecodedStep* step) const
+    bool FindMember(Variable* structure, DecodedStep* step) const
     {
+        AggregateElementTree* members = DirectValue::Members(structure);
+        if (!members)
+            return false;
         PermanentText name;
         name.data = m_names->Entry(step->b, &name.length);
         step->stamp = members->stamp();
         step->member = name.data ? members->Find(AggregateIndex(name)) : nullptr;
+        return true;
     }
 
-    VariableHash* m_by_kind[2];  // by DecodedStep::Table; borrowed
-    Dictionary* m_names;         // borrowed
+    struct Table {
+        const _VH_Entry* entries;
+        unsigned int slots;
+    };
+    Table m_tables[2];    // by DecodedStep::Table
+    Dictionary* m_names;  // borrowed
 };
 
 #endif

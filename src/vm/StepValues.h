@@ -84,6 +84,21 @@ inline void SetVariable(Stack_Entry* entry, Variable* variable)
     entry->variable = variable;
 }
 
+// Copies an entry, what it owns included. Field by field in the usual cases: it has been
+// written so just now, and a processor waits when it is to read more at once.
+inline void Move(const Stack_Entry& entry, Stack_Entry* to)
+{
+    if (entry.kind == Stack_Entry::kDouble) {
+        SetDouble(to, entry.real);
+    } else if (entry.kind == Stack_Entry::kVariable) {
+        to->kind = Stack_Entry::kVariable;
+        to->owned = entry.owned;
+        to->variable = entry.variable;
+    } else {
+        *to = entry;
+    }
+}
+
 // Stores an entry that needs no releasing afterwards.
 inline bool Store(Variable* variable, const Stack_Entry& entry)
 {

@@ -179,7 +179,7 @@ private:
     bool KeepFrame(ZephVM_FunctionFrame* frame);
     void DeleteSpareFrames();
     void PassPlainParameters(int count, VariableHash* locals);
-    ZephVM_FunctionFrame* FrameForPlainCall(int index, int entries);
+    ZephVM_FunctionFrame* FrameForPlainCall(int index, long long entries);
     bool EnterPlainFunction(ZephVM_FunctionFrame* frame, DecodedStep* call, int* output_flags);
     bool CanLeavePlainFunction(const Stack_Entry& value);
     DecodedStep* LeavePlainFunction(const Stack_Entry& value, int* output_flags);

@@ -59,6 +59,7 @@ public:
     // Of a function that has no flags and only parameters by value, in the first slots: how
     // many there are. -1 of any other.
     int plain_parameters() const { return m_plain_parameters; }
+    bool is_plain() const { return m_plain_parameters >= 0; }
     // Whether the call has not added names to its locals.
     bool HasItsLocals() { return locals()->slots() == m_slots; }
 

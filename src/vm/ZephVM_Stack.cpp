@@ -115,35 +115,38 @@ ZephVM_Stack::ZephVM_Stack(ZephVM* vm, int capacity) : m_vm(vm), m_capacity(capa
 
 ZephVM_Stack::~ZephVM_Stack()
 {
-    while (m_used > 0)
-        Release(m_entries[--m_used]);
+    while (m_top > m_entries)
+        Release(*--m_top);
     delete[] m_entries;
 }
 
 // The next free entry, or null after the fatal error.
 inline Stack_Entry* ZephVM_Stack::Room()
 {
-    if (m_used == m_allocated && !Grow())
+    if (m_top == m_limit && !Grow())
         return nullptr;
-    return &m_entries[m_used++];
+    return m_top++;
 }
 
 // Most stacks stay shallow, so the memory for the whole capacity is not taken at once.
 bool ZephVM_Stack::Grow()
 {
-    if (m_used >= m_capacity) {
+    if (Entries() >= m_capacity) {
         m_vm->FatalError("Stack overflow");
         return false;
     }
-    int more = m_allocated == 0 ? kFirstEntries : m_allocated;
-    int rest = m_capacity - m_allocated;
-    int wanted = m_allocated + (more < rest ? more : rest);
+    int used = Entries();
+    int allocated = int(m_limit - m_entries);
+    int more = allocated == 0 ? kFirstEntries : allocated;
+    int rest = m_capacity - allocated;
+    int wanted = allocated + (more < rest ? more : rest);
     Stack_Entry* entries = new Stack_Entry[size_t(wanted)];
-    if (m_used > 0)
-        memcpy(entries, m_entries, size_t(m_used) * sizeof *entries);
+    if (used > 0)
+        memcpy(entries, m_entries, size_t(used) * sizeof *entries);
     delete[] m_entries;
     m_entries = entries;
-    m_allocated = wanted;
+    m_top = entries + used;
+    m_limit = entries + wanted;
     return true;
 }
 
@@ -151,11 +154,11 @@ bool ZephVM_Stack::Grow()
 // behind a variable's value may use this stack.
 inline bool ZephVM_Stack::Take(Stack_Entry* entry)
 {
-    if (m_used == 0) {
+    if (m_top == m_entries) {
         m_vm->FatalError("Stack underflow");
         return false;
     }
-    *entry = m_entries[--m_used];
+    *entry = *--m_top;
     return true;
 }
 
@@ -228,7 +231,7 @@ void ZephVM_Stack::PushV(Variable* variable, int addref, int owned)
         return;
     }
     if (!variable) {
-        --m_used;
+        --m_top;
         m_vm->FatalError("Invalid variable reference");
         return;
     }
@@ -241,11 +244,11 @@ void ZephVM_Stack::PushV(Variable* variable, int addref, int owned)
 
 void ZephVM_Stack::Push(ZephVM_Stack* source, int count)
 {
-    if (static_cast<long long>(m_used) - 1 + count == m_capacity) {
+    if (static_cast<long long>(Entries()) - 1 + count == m_capacity) {
         m_vm->FatalError("Stack overflow");
         return;
     }
-    if (source->m_used < count) {
+    if (source->Entries() < count) {
         m_vm->FatalError("Stack underflow");
         return;
     }
@@ -254,7 +257,7 @@ void ZephVM_Stack::Push(ZephVM_Stack* source, int count)
         source->Take(&entry);
         Stack_Entry* room = Room();
         if (!room) {
-            ++source->m_used;
+            ++source->m_top;
             return;
         }
         if (entry.kind == Stack_Entry::kVariable && !entry.owned) {
@@ -325,7 +328,7 @@ int ZephVM_Stack::PopV(Variable** out, int* owned)
 
 int ZephVM_Stack::PopV(Variable* target)
 {
-    if (m_used > 0 && !target) {
+    if (m_top > m_entries && !target) {
         m_vm->FatalError("Invalid variable reference");
         return 0;
     }
@@ -378,16 +381,16 @@ void ZephVM_Stack::Pop()
 
 void ZephVM_Stack::Swap(int a, int b)
 {
-    if (a < 0 || b < 0 || a >= m_used || b >= m_used) {
+    if (a < 0 || b < 0 || a >= Entries() || b >= Entries()) {
         m_vm->FatalError("Invalid stack reference");
         return;
     }
-    std::swap(m_entries[m_used - 1 - a], m_entries[m_used - 1 - b]);
+    std::swap(m_top[-1 - a], m_top[-1 - b]);
 }
 
 void ZephVM_Stack::Dupe()
 {
-    if (m_used == 0) {
+    if (m_top == m_entries) {
         m_vm->FatalError("Stack underflow");
         return;
     }

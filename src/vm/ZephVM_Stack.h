@@ -50,7 +50,7 @@ public:
     // Releases what is left, from the top down.
     virtual ~ZephVM_Stack();
 
-    int Entries() const { return m_used; }
+    int Entries() const { return int(m_top - m_entries); }
 
     // "Stack overflow" leaves the stack as it was; what was to be pushed as owned
     // is released.
@@ -93,9 +93,9 @@ public:
     // borrowed variable. False, with nothing done, for any other.
     bool PopNumber(Variable* target)
     {
-        if (m_used == 0)
+        if (m_top == m_entries)
             return false;
-        const Stack_Entry& entry = m_entries[m_used - 1];
+        const Stack_Entry& entry = m_top[-1];
         bool is_set = false;
         if (entry.kind == Stack_Entry::kDouble)
             is_set = DirectValue::SetDouble(target, entry.real);
@@ -103,33 +103,33 @@ public:
             is_set = DirectValue::SetInteger(target, entry.integer);
         else if (entry.kind == Stack_Entry::kVariable)
             is_set = PopNumberOf(entry, target);
-        m_used -= is_set;
+        m_top -= is_set;
         return is_set;
     }
     bool TakeTop(ZephVM_Stack* source)
     {
-        if (source->m_used == 0 || m_used >= m_allocated)
+        if (source->m_top == source->m_entries || !HasRoom())
             return false;
-        const Stack_Entry& entry = source->m_entries[source->m_used - 1];
+        const Stack_Entry& entry = source->m_top[-1];
         if (entry.kind == Stack_Entry::kVariable && !entry.owned)
             return false;
-        m_entries[m_used++] = entry;
-        --source->m_used;
+        *m_top++ = entry;
+        --source->m_top;
         return true;
     }
     // Whether an entry can be put on top without taking memory.
-    bool HasRoom() const { return m_used < m_allocated; }
+    bool HasRoom() const { return m_top < m_limit; }
     // Releases all entries, from the top down.
     void Clear()
     {
-        while (m_used > 0) {
-            Stack_Entry entry = m_entries[--m_used];
+        while (m_top > m_entries) {
+            Stack_Entry entry = *--m_top;
             Release(entry);
         }
     }
 
     // The top entry, or null. Valid until the next push.
-    Stack_Entry* Peek() { return m_used > 0 ? &m_entries[m_used - 1] : nullptr; }
+    Stack_Entry* Peek() { return m_top > m_entries ? m_top - 1 : nullptr; }
     // Exchanges the entries at two depths, 0 being the top.
     void Swap(int a, int b);
     // Pushes a copy of the top that owns nothing: valid while the original lives.
@@ -168,10 +168,10 @@ private:
     static void Release(const Stack_Entry& entry);
 
     ZephVM* m_vm;                      // borrowed
-    Stack_Entry* m_entries = nullptr;  // owned, m_allocated long; null until the first push
+    Stack_Entry* m_entries = nullptr;  // owned; null until the first push
+    Stack_Entry* m_top = nullptr;      // behind the last entry
+    Stack_Entry* m_limit = nullptr;    // behind the memory
     int m_capacity;
-    int m_allocated = 0;
-    int m_used = 0;
 };
 
 // A text popped from a stack, freed at the end of the block if it was owned.

@@ -46,9 +46,9 @@ void DescribeEntry(const Stack_Entry& entry, char* target)
 
 void ZephVM_Stack::Dump_Stack()
 {
-    printf("SP = %d, SS = %d\n", m_used, m_capacity);
+    printf("SP = %d, SS = %d\n", Entries(), m_capacity);
     printf("#   Type       D Data                                               Size\n");
-    for (int i = 0; i < m_used; ++i) {
+    for (int i = 0; i < Entries(); ++i) {
         const Stack_Entry& entry = m_entries[i];
         char text[kDumpedBytes + 1];
         DescribeEntry(entry, text);

@@ -261,12 +261,12 @@ LinkBuffer* ZephVM_Stack::ConvertEntryToDeletableLinkBuffer(Stack_Entry* entry)
 
 int ZephVM_Stack::Compare()
 {
-    if (m_used < 2) {
+    if (Entries() < 2) {
         m_vm->FatalError("Stack underflow");
         return 0;
     }
-    Stack_Entry left = m_entries[m_used - 2], right = m_entries[m_used - 1];
-    m_used -= 2;
+    Stack_Entry left = m_top[-2], right = m_top[-1];
+    m_top -= 2;
     int order = Order(left, right);
     Release(left);
     Release(right);
@@ -280,12 +280,12 @@ int ZephVM_Stack::Compare()
 // Variables are given back last: the other operand may be a copy that borrows one.
 void ZephVM_Stack::Concatenate()
 {
-    if (m_used < 2) {
+    if (Entries() < 2) {
         m_vm->FatalError("Stack underflow");
         return;
     }
-    Stack_Entry left = m_entries[m_used - 2], right = m_entries[m_used - 1];
-    m_used -= 2;
+    Stack_Entry left = m_top[-2], right = m_top[-1];
+    m_top -= 2;
     if (!left.owned && !right.owned) {
         Operand left_text(left), right_text(right);
         int length;

@@ -98,7 +98,7 @@ bool ZephVM::KeepFrame(ZephVM_FunctionFrame* frame)
 {
     Function* function = frame->function();
     ZephVM_FunctionFrame** spare = SpareFrames(function);
-    if (!spare || !frame->HasItsLocals())
+    if (!spare || !frame->HasItsLocals() || m_trace_mask)
         return false;
     frame->locals()->Recycle(function->PlainParameters());
     frame->stack()->Clear();

@@ -28,6 +28,27 @@ int Polled(const int* flag)
     return __atomic_load_n(flag, __ATOMIC_RELAXED);
 }
 
+// The entries of the stack that have memory. A handler gets more, or finds none.
+struct StackMemory {
+    // The most that the instructions of one step push before they take anything.
+    static constexpr int kMostPushed = 3;
+
+    void Set(Stack_Entry* entries, Stack_Entry* behind)
+    {
+        base = entries;
+        limit = behind;
+        limit_of_several = behind - entries >= kMostPushed ? behind - kMostPushed + 1 : entries;
+    }
+
+    Stack_Entry* base;
+    Stack_Entry* limit;
+    Stack_Entry* limit_of_several;  // where the top has to be below for a step of several
+};
+
+// A flag that another thread sets may be noticed that many turns of a loop late, as long as
+// nothing is done in them that could take time.
+const int kTurnsBetweenLooks = 32;
+
 // Of the output: it is not known how it treats white space.
 const int kUnknownFlags = -1;
 
@@ -44,12 +65,12 @@ inline bool ZephVM::IsInterrupted() const
 // has left. Anything else is done by CallFunction and Return.
 
 // The frame for such a call, or null.
-inline ZephVM_FunctionFrame* ZephVM::FrameForPlainCall(int index, int entries)
+inline ZephVM_FunctionFrame* ZephVM::FrameForPlainCall(int index, long long entries)
 {
-    if (unsigned(index) >= unsigned(m_spare_count) || m_trace_mask)
+    if (unsigned(index) >= unsigned(m_spare_count))
         return nullptr;
     ZephVM_FunctionFrame* frame = m_spare_frames[index];
-    return frame && unsigned(frame->plain_parameters()) <= unsigned(entries) ? frame : nullptr;
+    return frame && frame->is_plain() && frame->plain_parameters() <= entries ? frame : nullptr;
 }
 
 inline void ZephVM::SetOutputFlags(int flags, int* known)
@@ -77,7 +98,9 @@ inline bool ZephVM::EnterPlainFunction(ZephVM_FunctionFrame* frame, DecodedStep*
         --left;
     if (left > 0)
         PassPlainParameters(left, frame->locals());
-    EnterFrame(frame, m_segment, frame->function()->offset());
+    m_frame = frame;
+    m_stack = frame->stack();
+    m_pc = unsigned(frame->function()->offset());
     return left == 0;
 }
 
@@ -88,7 +111,7 @@ inline bool ZephVM::CanLeavePlainFunction(const Stack_Entry& value)
         return false;
     ZephVM_FunctionFrame* frame = static_cast<ZephVM_FunctionFrame*>(m_frame);
     bool is_borrowed = value.kind == Stack_Entry::kVariable && !value.owned;
-    return frame->next_step && !is_borrowed && !m_trace_mask && m_features.Entries() == 0 &&
+    return frame->next_step && !is_borrowed && m_features.Entries() == 0 &&
            frame->HasItsLocals() && frame->previous->stack()->HasRoom();
 }
 
@@ -96,9 +119,10 @@ inline bool ZephVM::CanLeavePlainFunction(const Stack_Entry& value)
 inline DecodedStep* ZephVM::LeavePlainFunction(const Stack_Entry& value, int* output_flags)
 {
     ZephVM_FunctionFrame* frame = static_cast<ZephVM_FunctionFrame*>(m_frame);
-    EnterFrame(frame->previous, m_segment, frame->return_offset);
-    m_stack->m_entries[m_stack->m_used++] = value;
-    frame->stack()->m_used = 0;
+    m_frame = frame->previous;
+    m_stack = m_frame->stack();
+    Move(value, m_stack->m_top++);
+    frame->stack()->m_top = frame->stack()->m_entries;
     frame->locals()->Recycle(frame->plain_parameters());
     int index = frame->function()->index();
     frame->previous = m_spare_frames[index];
@@ -152,10 +176,12 @@ int ZephVM::Go()
     };
     DecodedCode* code;
     DecodedStep* step;
-    StepOperands operands(m_dictionary, m_global_variables);
+    StepOperands operands(m_dictionary);
+    StackMemory stack;
     Stack_Entry* top;    // behind the last entry
     int segment;
     int output_flags = kUnknownFlags;  // those that the output is known to have
+    int turns = kTurnsBetweenLooks;    // until the next look
 
 // Goes on with a step.
 #define ZEPH_DO(next_step)           \
@@ -167,10 +193,10 @@ int ZephVM::Go()
 #define ZEPH_UNLESS(fits) \
     if (!(fits))          \
     goto general
-// The same for a step of several: its instructions stand behind it, one by one.
-#define ZEPH_FUSED_UNLESS(fits) \
-    if (!(fits))                \
-    ZEPH_DO(step + 1)
+// The same for a step of several: its parts do what it cannot.
+#define ZEPH_FUSED_UNLESS(fits)                       \
+    if (!(top < stack.limit_of_several && (fits))) \
+    ZEPH_DO(step + step->parts)
 
 resume:
     if (Polled(m_cancelled))
@@ -194,17 +220,18 @@ resume:
     segment = m_segment;
     code = Decoded();
     step = code->At(m_pc);
+take_tables:
+    operands.SetTable(DecodedStep::kGlobal, m_global_variables);
 take_frame:
-    operands.SetLocals(m_frame->locals());
-    operands.base = m_stack->m_entries;
-    top = operands.base + m_stack->m_used;
-    operands.limit = operands.base + m_stack->m_allocated;
+    operands.SetTable(DecodedStep::kLocal, m_frame->locals());
+    stack.Set(m_stack->m_entries, m_stack->m_limit);
+    top = m_stack->m_top;
     ZEPH_DO(step);
 
 call : {
-    ZephVM_FunctionFrame* frame = FrameForPlainCall(step->a, int(top - operands.base));
-    ZEPH_UNLESS(frame && frame->function()->segment() == segment && !IsInterrupted());
-    m_stack->m_used = int(top - operands.base);
+    ZephVM_FunctionFrame* frame = FrameForPlainCall(step->a, top - stack.base);
+    ZEPH_UNLESS(frame && frame->function()->segment() == segment && --turns >= 0);
+    m_stack->m_top = top;
     m_instruction_offset = step->offset;
     m_pc = step->next;
     if (!EnterPlainFunction(frame, step, &output_flags))
@@ -216,12 +243,12 @@ call : {
 }
 
 ret:
-    ZEPH_UNLESS(top - operands.base == 1 && CanLeavePlainFunction(*operands.base));
-    step = LeavePlainFunction(*operands.base, &output_flags);
+    ZEPH_UNLESS(top - stack.base == 1 && CanLeavePlainFunction(*stack.base));
+    step = LeavePlainFunction(*stack.base, &output_flags);
     goto take_frame;
 
 general:
-    m_stack->m_used = int(top - operands.base);
+    m_stack->m_top = top;
     m_instruction_offset = step->offset;
     m_pc = step->next;
     m_a = unsigned(step->a);
@@ -230,17 +257,18 @@ general:
     Execute(step->word);
 done:
     output_flags = kUnknownFlags;
+    turns = kTurnsBetweenLooks;
     // The end of the code is left to the look-up, which makes no step for it: native code
     // that calls script comes by there each time.
     if (m_halted || *m_exit || m_segment != segment || m_loaded_segment != segment ||
         static_cast<unsigned long long>(m_pc) + 1 >= m_code_size || IsInterrupted())
         goto resume;
-    step = m_pc == step->next && step->skip ? step + 1 : code->At(m_pc);
-    goto take_frame;
+    step = m_pc == step->next ? step + 1 : code->At(m_pc);
+    goto take_tables;
 
 end:
     m_pc = step->offset;
-    m_stack->m_used = int(top - operands.base);
+    m_stack->m_top = top;
     goto resume;
 
 link:
@@ -248,20 +276,21 @@ link:
         step->target = code->At(step->next);
     ZEPH_DO(step->target);
 
-jump : {
-    unsigned int to = step->next + unsigned(step->result);
-    if (to <= step->offset && IsInterrupted()) {
-        m_pc = to;
-        m_stack->m_used = int(top - operands.base);
-        goto resume;
+jump:
+    if (step->is_backward && --turns < 0) {
+        turns = kTurnsBetweenLooks;
+        if (IsInterrupted()) {
+            m_pc = step->next + unsigned(step->result);
+            m_stack->m_top = top;
+            goto resume;
+        }
     }
     if (!step->target)
-        step->target = code->At(to);
+        step->target = code->At(step->next + unsigned(step->result));
     ZEPH_DO(step->target);
-}
 
 jump_if:
-    ZEPH_UNLESS(top > operands.base && top[-1].kind == Stack_Entry::kInteger);
+    ZEPH_UNLESS(top > stack.base && top[-1].kind == Stack_Entry::kInteger);
     --top;
     if (step->outcomes & OutcomeOf(top->integer))
         goto jump;
@@ -275,7 +304,7 @@ line:
 push_constant : {
     int length;
     const char* text = m_dictionary->Entry(step->a, &length);
-    ZEPH_UNLESS(text && top < operands.limit);
+    ZEPH_UNLESS(text && top < stack.limit);
     top->kind = Stack_Entry::kString;
     top->owned = 0;
     top->string = text;
@@ -285,38 +314,38 @@ push_constant : {
 }
 
 push_integer:
-    ZEPH_UNLESS(top < operands.limit);
+    ZEPH_UNLESS(top < stack.limit);
     SetInteger(top++, step->a);
     ZEPH_DO(step + 1);
 
 push_double:
-    ZEPH_UNLESS(top < operands.limit);
+    ZEPH_UNLESS(top < stack.limit);
     SetDouble(top++, step->real);
     ZEPH_DO(step + 1);
 
 push_variable : {
     Variable* variable = operands.Left(step);
-    ZEPH_UNLESS(variable && top < operands.limit);
+    ZEPH_UNLESS(variable && top < stack.limit);
     SetVariable(top++, variable);
     ZEPH_DO(step + 1);
 }
 
 pop_variable : {
     Variable* variable = operands.Left(step);
-    ZEPH_UNLESS(variable && top > operands.base && Store(variable, top[-1]));
+    ZEPH_UNLESS(variable && top > stack.base && Store(variable, top[-1]));
     --top;
     ZEPH_DO(step + 1);
 }
 
 pop:
-    ZEPH_UNLESS(top > operands.base && (!top[-1].owned || top[-1].kind == Stack_Entry::kVariable));
+    ZEPH_UNLESS(top > stack.base && (!top[-1].owned || top[-1].kind == Stack_Entry::kVariable));
     --top;
     Drop(*top);
     ZEPH_DO(step + 1);
 
 arithmetic : {
     double left, right;
-    ZEPH_UNLESS(top - operands.base >= 2 && ArithmeticValue(top[-1], &right) &&
+    ZEPH_UNLESS(top - stack.base >= 2 && ArithmeticValue(top[-1], &right) &&
                 ArithmeticValue(top[-2], &left));
     --top;
     Drop(*top);
@@ -327,7 +356,7 @@ arithmetic : {
 
 compare : {
     double left, right;
-    ZEPH_UNLESS(top - operands.base >= 2 && ComparedValue(top[-2], &left) && ComparedValue(top[-1], &right));
+    ZEPH_UNLESS(top - stack.base >= 2 && ComparedValue(top[-2], &left) && ComparedValue(top[-1], &right));
     --top;
     Drop(top[-1]);
     Drop(*top);
@@ -357,19 +386,19 @@ arithmetic_variable : {
     Variable* left_variable = operands.Left(step);
     Variable* right_variable = operands.Right(step);
     double left, right;
-    ZEPH_FUSED_UNLESS(left_variable && right_variable && operands.limit - top >= 2 &&
+    ZEPH_FUSED_UNLESS(left_variable && right_variable &&
                       DirectValue::Double(right_variable, &right) &&
                       DirectValue::Double(left_variable, &left));
     SetDouble(top++, Calculated(step->operation, left, right));
-    ZEPH_DO(step + step->skip);
+    ZEPH_DO(step + 1);
 }
 
 arithmetic_number : {
     Variable* variable = operands.Left(step);
     double left;
-    ZEPH_FUSED_UNLESS(variable && operands.limit - top >= 2 && DirectValue::Double(variable, &left));
+    ZEPH_FUSED_UNLESS(variable && DirectValue::Double(variable, &left));
     SetDouble(top++, Calculated(step->operation, left, step->real));
-    ZEPH_DO(step + step->skip);
+    ZEPH_DO(step + 1);
 }
 
 arithmetic_variable_store : {
@@ -377,69 +406,71 @@ arithmetic_variable_store : {
     Variable* right_variable = operands.Right(step);
     Variable* result = operands.Result(step);
     double left, right;
-    ZEPH_FUSED_UNLESS(left_variable && right_variable && result && operands.limit - top >= 2 &&
+    ZEPH_FUSED_UNLESS(left_variable && right_variable && result &&
                       DirectValue::Double(right_variable, &right) &&
                       DirectValue::Double(left_variable, &left) &&
                       DirectValue::SetDouble(result, Calculated(step->operation, left, right)));
-    ZEPH_DO(step + step->skip);
+    ZEPH_DO(step + 1);
 }
 
 arithmetic_number_store : {
     Variable* variable = operands.Left(step);
     Variable* result = operands.Result(step);
     double left;
-    ZEPH_FUSED_UNLESS(variable && result && operands.limit - top >= 2 &&
+    ZEPH_FUSED_UNLESS(variable && result &&
                       DirectValue::Double(variable, &left) &&
                       DirectValue::SetDouble(result,
                                              Calculated(step->operation, left, step->real)));
-    ZEPH_DO(step + step->skip);
+    ZEPH_DO(step + 1);
 }
 
 compare_variable_jump : {
     Variable* left_variable = operands.Left(step);
     Variable* right_variable = operands.Right(step);
     double left, right;
-    ZEPH_FUSED_UNLESS(left_variable && right_variable && operands.limit - top >= 2 &&
+    ZEPH_FUSED_UNLESS(left_variable && right_variable &&
                       DirectValue::Comparable(left_variable, &left) &&
                       DirectValue::Comparable(right_variable, &right));
     if (step->outcomes & OutcomeOf(left, right))
         goto jump;
-    ZEPH_DO(step + step->skip);
+    ZEPH_DO(step + 1);
 }
 
 compare_number_jump : {
     Variable* variable = operands.Left(step);
     double left;
-    ZEPH_FUSED_UNLESS(variable && operands.limit - top >= 2 && DirectValue::Comparable(variable, &left));
+    ZEPH_FUSED_UNLESS(variable && DirectValue::Comparable(variable, &left));
     if (step->outcomes & OutcomeOf(left, step->real))
         goto jump;
-    ZEPH_DO(step + step->skip);
+    ZEPH_DO(step + 1);
 }
 
 compare_jump : {
     double left, right;
-    ZEPH_FUSED_UNLESS(top - operands.base >= 2 && ComparedValue(top[-2], &left) &&
+    ZEPH_FUSED_UNLESS(top - stack.base >= 2 && ComparedValue(top[-2], &left) &&
                       ComparedValue(top[-1], &right));
     top -= 2;
     Drop(top[0]);
     Drop(top[1]);
     if (step->outcomes & OutcomeOf(left, right))
         goto jump;
-    ZEPH_DO(step + step->skip);
+    ZEPH_DO(step + 1);
 }
 
 append : {
     Variable* variable = operands.Left(step);
     AppendedPieces pieces(operands, m_dictionary, step);
-    ZEPH_FUSED_UNLESS(variable && operands.limit - top >= 2 && DirectValue::IsPlainScalar(variable) &&
-                      pieces.AreApartFrom(variable));
-    pieces.AppendTo(variable);
-    ZEPH_DO(step + step->skip);
+    ZEPH_FUSED_UNLESS(variable && DirectValue::IsPlainScalar(variable));
+    if (!pieces.AppendConstantTo(variable)) {
+        ZEPH_FUSED_UNLESS(pieces.AreApartFrom(variable));
+        pieces.AppendTo(variable);
+    }
+    ZEPH_DO(step + 1);
 }
 
 push_element : {
     Variable* array = operands.Left(step);
-    ZEPH_FUSED_UNLESS(array && operands.limit - top >= 2);
+    ZEPH_FUSED_UNLESS(array);
     int index = operands.Index(step);
     // Where just the number is asked for, the element need not be had as a variable.
     if (step->operation) {
@@ -448,10 +479,10 @@ push_element : {
         switch (DirectValue::ElementNumber(array, index, &integer, &real)) {
             case Variable::kInteger:
                 SetInteger(top++, integer);
-                ZEPH_DO(step + step->skip);
+                ZEPH_DO(step + 1);
             case Variable::kDouble:
                 SetDouble(top++, real);
-                ZEPH_DO(step + step->skip);
+                ZEPH_DO(step + 1);
             default:
                 break;
         }
@@ -459,11 +490,11 @@ push_element : {
     Variable* element = DirectValue::Element(array, index);
     ZEPH_FUSED_UNLESS(element);
     SetVariable(top++, element);
-    ZEPH_DO(step + step->skip);
+    ZEPH_DO(step + 1);
 }
 
 store_element : {
-    ZEPH_FUSED_UNLESS(top > operands.base && operands.limit - top >= 2);
+    ZEPH_FUSED_UNLESS(top > stack.base);
     if (top[-1].kind == Stack_Entry::kInteger) {
         ZEPH_FUSED_UNLESS(operands.SetElement(step, top[-1].integer));
     } else if (top[-1].kind == Stack_Entry::kDouble) {
@@ -477,92 +508,88 @@ store_element : {
         ZEPH_FUSED_UNLESS(element && Store(element, top[-1]));
     }
     --top;
-    ZEPH_DO(step + step->skip);
+    ZEPH_DO(step + 1);
 }
 
 push_member : {
-    ZEPH_FUSED_UNLESS(operands.limit - top >= 2);
     Variable* member = operands.Member(step);
     ZEPH_FUSED_UNLESS(member);
     SetVariable(top++, member);
-    ZEPH_DO(step + step->skip);
+    ZEPH_DO(step + 1);
 }
 
 store_member : {
-    ZEPH_FUSED_UNLESS(top > operands.base && operands.limit - top >= 2);
+    ZEPH_FUSED_UNLESS(top > stack.base);
     Variable* member = operands.Member(step);
     ZEPH_FUSED_UNLESS(member && Store(member, top[-1]));
     --top;
-    ZEPH_DO(step + step->skip);
+    ZEPH_DO(step + 1);
 }
 
 calculate : {
     double left, right;
-    ZEPH_FUSED_UNLESS(operands.limit - top >= 3 && operands.Number(step + 1, &left) &&
-                      operands.Number(step + step->second, &right));
+    Variable *of_left, *of_right;
+    ZEPH_FUSED_UNLESS(operands.Number(step + step->parts, &left, &of_left) &&
+                      operands.Number(step + step->second, &right, &of_right));
     SetDouble(top++, Calculated(step->operation, left, right));
-    ZEPH_DO(step + step->skip);
+    ZEPH_DO(step + 1);
 }
 
 calculate_store : {
     double left, right;
-    ZEPH_FUSED_UNLESS(operands.limit - top >= 3 && operands.Number(step + 1, &left) &&
-                      operands.Number(step + step->second, &right) &&
-                      operands.Store(step + step->third,
-                                     Calculated(step->operation, left, right)));
-    ZEPH_DO(step + step->skip);
+    Variable *of_left, *of_right;
+    ZEPH_FUSED_UNLESS(operands.Number(step + step->parts, &left, &of_left) &&
+                      operands.Number(step + step->second, &right, &of_right));
+    left = Calculated(step->operation, left, right);
+    // Mostly the left operand's own variable is set.
+    ZEPH_FUSED_UNLESS(step->third == step->parts ? DirectValue::SetDouble(of_left, left)
+                                                 : operands.Store(step + step->third, left));
+    ZEPH_DO(step + 1);
 }
 
 compare_operands_jump : {
     double left, right;
-    ZEPH_FUSED_UNLESS(operands.limit - top >= 3 && operands.Comparable(step + 1, &left) &&
+    ZEPH_FUSED_UNLESS(operands.Comparable(step + step->parts, &left) &&
                       operands.Comparable(step + step->second, &right));
     if (step->outcomes & OutcomeOf(left, right))
         goto jump;
-    ZEPH_DO(step + step->skip);
+    ZEPH_DO(step + 1);
 }
 
-    // The comparison stands in the second part of these.
 increment_loop : {
     Variable* variable = operands.Left(step);
     int value;
-    ZEPH_FUSED_UNLESS(variable && operands.limit - top >= 2 && DirectValue::Integer(variable, &value));
+    ZEPH_FUSED_UNLESS(variable && DirectValue::Integer(variable, &value));
     value = int(unsigned(value) + unsigned(step->b));
     ZEPH_FUSED_UNLESS(DirectValue::SetInteger(variable, value));
-    step += step->second;
     if (step->outcomes & OutcomeOf(value, step->real))
         goto jump;
-    ZEPH_DO(step + step->skip);
+    ZEPH_DO(step + 1);
 }
 
 calculate_number_loop : {
     Variable* variable = operands.Left(step);
-    Variable* result = operands.Result(step);
     double value;
-    ZEPH_FUSED_UNLESS(variable && result && operands.limit - top >= 2 &&
-                      DirectValue::Double(variable, &value));
+    ZEPH_FUSED_UNLESS(variable && DirectValue::Double(variable, &value));
     value = Calculated(step->operation, value, step->real);
-    ZEPH_FUSED_UNLESS(DirectValue::SetDouble(result, value));
-    step += step->second;
-    if (step->outcomes & OutcomeOf(value, step->real))
+    ZEPH_FUSED_UNLESS(DirectValue::SetDouble(variable, value));
+    if (step->outcomes & OutcomeOf(value, step->b))
         goto jump;
-    ZEPH_DO(step + step->skip);
+    ZEPH_DO(step + 1);
 }
 
 calculate_variable_loop : {
     Variable* left_variable = operands.Left(step);
     Variable* right_variable = operands.Right(step);
-    Variable* result = operands.Result(step);
     double left, right;
-    ZEPH_FUSED_UNLESS(left_variable && right_variable && result && operands.limit - top >= 2 &&
+    ZEPH_FUSED_UNLESS(left_variable && right_variable &&
                       DirectValue::Double(right_variable, &right) &&
                       DirectValue::Double(left_variable, &left));
     left = Calculated(step->operation, left, right);
-    ZEPH_FUSED_UNLESS(DirectValue::SetDouble(result, left));
-    step += step->second;
+    ZEPH_FUSED_UNLESS(DirectValue::SetDouble(left_variable, left));
     if (step->outcomes & OutcomeOf(left, step->real))
         goto jump;
-    ZEPH_DO(step + step->skip);
+    ZEPH_DO(step + 1);
 }
 
 #undef ZEPH_DO
