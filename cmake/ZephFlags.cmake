@@ -18,19 +18,24 @@ if(ZEPH_FUZZ)
     target_compile_options(zeph_flags INTERFACE -fsanitize=fuzzer-no-link)
 endif()
 
-# Start-up is most of what a CGI request costs: the C++ library is linked in, so
-# that the loader has only the C library to find, and symbols are bound at once: most
-# of them are used, and one by one they cost more.
+# Start-up is most of what a CGI request costs: the C++ library is linked in, so that the
+# loader has only the C library to find, and symbols are bound at once: most of them are
+# used, and one by one they cost more. Relocations are packed, and code and constants share
+# a segment: less to read and to map.
 # The sanitizers bring a runtime of their own and need the shared library.
 add_library(zeph_program_flags INTERFACE)
 target_link_options(zeph_program_flags INTERFACE -Wl,--gc-sections)
 if(NOT ZEPH_SANITIZE)
     target_link_options(zeph_program_flags INTERFACE
-        -static-libstdc++ -static-libgcc -Wl,-O1 -Wl,--hash-style=gnu -Wl,-z,now)
+        -static-libstdc++ -static-libgcc -Wl,--as-needed -Wl,-O1 -Wl,--hash-style=gnu -Wl,-z,now
+        -Wl,-z,noseparate-code -Wl,-z,pack-relative-relocs)
 endif()
 
 # zeph_folder(NAME SOURCE...): the object library of one folder of src/.
 function(zeph_folder name)
     add_library(zeph_${name} OBJECT ${ARGN})
     target_link_libraries(zeph_${name} PRIVATE zeph_flags)
+    # Programs alone are made of it, and these reach their own variables directly.
+    set_target_properties(zeph_${name} PROPERTIES POSITION_INDEPENDENT_CODE OFF)
+    target_compile_options(zeph_${name} PRIVATE -fPIE)
 endfunction()

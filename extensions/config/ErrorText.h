@@ -28,8 +28,8 @@ private:
 
     void Encode(const char* bytes, int length);
 
-    char m_text[kCapacity];
     int m_length = 0;
+    char m_text[kCapacity];
 };
 
 #endif

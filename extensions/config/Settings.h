@@ -33,9 +33,10 @@ private:
     bool Apply(ExternalConfig* config, const Statement& statement);
     bool ApplyBuiltin(ExternalConfig* config, const Statement& statement);
 
-    ErrorText m_error;
-    SettingsFile m_file;
+    // Those with large buffers, of which little is used, stand last.
     SettingsParser m_parser;
+    SettingsFile m_file;
+    ErrorText m_error;
 };
 
 #endif

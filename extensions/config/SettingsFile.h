@@ -44,9 +44,9 @@ private:
     bool Fill(int descriptor, long size, ErrorText* error);
     int Unreadable(ErrorText* error) const;
 
-    char m_path[kPathSize];
     char* m_text = nullptr;  // owned
     int m_length = 0;
+    char m_path[kPathSize];
 };
 
 #endif

@@ -2,7 +2,6 @@
 
 #include <stdlib.h>
 #include <string.h>
-#include <time.h>
 #include <unistd.h>
 
 #include "app/HTTPOutput.h"
@@ -17,6 +16,7 @@
 #include "image/LocalizedLanguages.h"
 #include "image/SegmentManager.h"
 #include "image/TaggedFile.h"
+#include "primitives/zptime.h"
 #include "variables/SystemVariableHash.h"
 #include "vm/ZephVM.h"
 
@@ -123,7 +123,7 @@ Config* CGIApplication::config()
 int CGIApplication::Go()
 {
     TaggedFile image(m_filemanager);
-    srand(unsigned(time(nullptr)));
+    srand(unsigned(zp_time()));
     MakeRequestObjects(&image);
     m_http_output->SetConfig(m_config);
     String name;

@@ -4,7 +4,6 @@
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
-#include <sys/time.h>
 #include <time.h>
 #include <unistd.h>
 
@@ -12,6 +11,7 @@
 #include "app/HTTPOutput.h"
 #include "config/ExternalConfig.h"
 #include "primitives/MD5.h"
+#include "primitives/zptime.h"
 #include "variables/ImmutableVariable.h"
 #include "variables/SystemVariableHash.h"
 
@@ -63,7 +63,7 @@ String DateInGMT(time_t seconds)
 
 String CookieValue(const String& id)
 {
-    return kCookie + id + "; expires=" + DateInGMT(time(nullptr) + kCookieLife) + "; path=/";
+    return kCookie + id + "; expires=" + DateInGMT(zp_time() + kCookieLife) + "; path=/";
 }
 
 }  // namespace
@@ -122,12 +122,12 @@ char* CGIApplication::MakeSessionID(int* length)
     const char* host = lockhostname();
     size_t host_length = strnlen(host, kSeedHostSize);
     memcpy(seed, host, host_length);
-    timeval now;
-    gettimeofday(&now, nullptr);
+    timespec now;
+    clock_gettime(CLOCK_REALTIME, &now);
     unsigned char* rest = seed + host_length;
     rest = PutBigEndian(rest, unsigned(m_process_id));
     rest = PutBigEndian(rest, unsigned(now.tv_sec));
-    rest = PutBigEndian(rest, unsigned(now.tv_usec));
+    rest = PutBigEndian(rest, unsigned(now.tv_nsec / 1000));
     while (rest < seed + kSeedSize)
         *rest++ = static_cast<unsigned char>(rand());
 

@@ -8,6 +8,7 @@
 #include "app/CGIApplication.h"
 #include "config/ExternalConfig.h"
 #include "files/UNIXFileManager.h"
+#include "primitives/zptime.h"
 #include "vm/ZephVM.h"
 
 void CGIApplication::Heartbeat(long now)
@@ -32,7 +33,7 @@ void CGIApplication::ResetGlobalTimeout()
     HeldMonitor held(&m_monitor);
     int seconds =
         m_config->value_integer(m_is_task ? ZPCONFIG_TIMEOUT_ASYNC : ZPCONFIG_TIMEOUT_GLOBAL);
-    m_global_deadline = seconds ? long(time(nullptr)) + seconds : 0;
+    m_global_deadline = seconds ? long(zp_time()) + seconds : 0;
     __atomic_store_n(&m_cancelled, 0, __ATOMIC_RELAXED);
 }
 
@@ -65,7 +66,7 @@ void CGIApplication::WaitForTaskEvent(long until, Zeph_PathType type, const char
     bool had_deadline = m_global_deadline != 0;
     long remaining = TimeRemaining();
     int limit = m_config->value_integer(ZPCONFIG_TIMEOUT_ASYNC_SLEEP);
-    m_global_deadline = limit ? long(time(nullptr)) + limit : 0;
+    m_global_deadline = limit ? long(zp_time()) + limit : 0;
     __atomic_store_n(&m_cancelled, 0, __ATOMIC_RELAXED);
     timespec end = {until, 0};
     while (!m_cancelled && m_monitor.Wait(end) == 0) {
@@ -77,7 +78,7 @@ void CGIApplication::WaitForTaskEvent(long until, Zeph_PathType type, const char
             m_current_vm->Heartbeat();
     }
     if (!m_cancelled)
-        m_global_deadline = had_deadline ? long(time(nullptr)) + remaining - 1 : 0;
+        m_global_deadline = had_deadline ? long(zp_time()) + remaining - 1 : 0;
 }
 
 const char* CGIApplication::process_name()

@@ -12,6 +12,7 @@ namespace {
 
 const int kDefaultChainSize = 8192;
 const int kDefaultFlushThreshold = 1048576;
+const int kHeaderBlock = 512;  // grows
 const int kMicroseconds = 1000000;
 
 // The second argument of a chain.
@@ -206,7 +207,7 @@ CGIOutput::CGIOutput(CGIApplication* application)
 
 void CGIOutput::OutputHeaders()
 {
-    HTTPOutput_Chain block(chain_size(), kGrowing);
+    HTTPOutput_Chain block(kHeaderBlock, kGrowing);
     for (HTTPOutput_Header* header = headers()->First(); header; header = headers()->Next()) {
         block.Write(header->name(), header->name_length());
         block.Write(": ", 2);

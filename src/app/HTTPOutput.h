@@ -111,7 +111,6 @@ public:
 
 protected:
     HTTPOutput_Headers* headers() { return &m_headers; }
-    int chain_size() const { return m_chain_size; }
 
 private:
     bool Send(const HTTPOutput_Chain& chain, int* sent);

@@ -6,6 +6,7 @@
 
 #include "app/CGIApplication.h"
 #include "app/Monitor.h"
+#include "primitives/zptime.h"
 
 namespace {
 
@@ -23,7 +24,7 @@ void* Tick(void*)
     clock_gettime(CLOCK_REALTIME, &deadline);
     deadline.tv_sec += kPeriod;
     while (pthread_mutex_timedlock(&stop_mutex, &deadline) == ETIMEDOUT) {
-        ticking->Heartbeat(long(time(nullptr)));
+        ticking->Heartbeat(long(zp_time()));
         deadline.tv_sec += kPeriod;
     }
     pthread_mutex_unlock(&stop_mutex);

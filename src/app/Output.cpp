@@ -1,15 +1,16 @@
 #include "app/Output.h"
 
-#include <ctype.h>
 #include <string.h>
 
 #include "variables/LinkBuffer.h"
 
 namespace {
 
+// As the C locale has it. The C library's table would be a page more to touch in every
+// request.
 bool IsSpace(char c)
 {
-    return isspace(static_cast<unsigned char>(c)) != 0;
+    return c == ' ' || (c >= '\t' && c <= '\r');
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include "app/LogParameter.h"
 #include "config/Config.h"
 #include "primitives/conversions.h"
+#include "primitives/zptime.h"
 #include "variables/encoders.h"
 
 namespace {
@@ -15,7 +16,7 @@ namespace {
 long DeadlineOf(Config* config, int key)
 {
     int seconds = config ? config->value_integer(key) : 0;
-    return seconds ? long(time(nullptr)) + seconds : 0;
+    return seconds ? long(zp_time()) + seconds : 0;
 }
 
 }  // namespace
@@ -55,7 +56,7 @@ void ZephApplication::Heartbeat(long now)
 
 long ZephApplication::TimeRemaining()
 {
-    return m_global_deadline == 0 ? -1 : m_global_deadline - long(time(nullptr));
+    return m_global_deadline == 0 ? -1 : m_global_deadline - long(zp_time());
 }
 
 void ZephApplication::SetDefaultLanguage(const char* text, int length)

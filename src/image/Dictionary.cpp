@@ -135,8 +135,9 @@ bool Dictionary::Read(TaggedFile* file)
     Place* places = ReadPlaces(file, entries, data_size);
     if (!places)
         return false;
-    // Room is made only now, when the entries have shown to fit the data.
-    DictionaryDataBlock* block = ReadBlock(file, blocks * kDataBlockSize, data_size);
+    // Room is made only now, when the entries have shown to fit the data, and for no
+    // more than these: additions go to a block of their own.
+    DictionaryDataBlock* block = ReadBlock(file, data_size);
     if (!block) {
         free(places);
         return false;
@@ -187,11 +188,11 @@ bool Dictionary::CheckPlace(const Place& place, int data_size)
     return true;
 }
 
-DictionaryDataBlock* Dictionary::ReadBlock(TaggedFile* file, int capacity, int size)
+DictionaryDataBlock* Dictionary::ReadBlock(TaggedFile* file, int size)
 {
     DictionaryDataBlock* block = nullptr;
     if (SectionBytes::MayRead(file, size)) {
-        block = new DictionaryDataBlock(capacity);
+        block = new DictionaryDataBlock(size < 0 ? 0 : size);
         if (SectionBytes::ReadInto(file, block->data(), size)) {
             block->SetUsed(size);
             return block;

@@ -96,7 +96,7 @@ private:
     bool Failed(const String& text);
     Place* ReadPlaces(TaggedFile* file, int entries, int data_size);
     bool CheckPlace(const Place& place, int data_size);
-    DictionaryDataBlock* ReadBlock(TaggedFile* file, int capacity, int size);
+    DictionaryDataBlock* ReadBlock(TaggedFile* file, int size);
     void Replace(Place* places, int count, DictionaryDataBlock* block);
     bool FoldInto(DictionaryDataBlock* block, Place* places);
     long long PlaceBlocks();

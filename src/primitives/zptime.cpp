@@ -2,7 +2,6 @@
 
 #include <limits.h>
 #include <string.h>
-#include <sys/time.h>
 
 const char* const zp_month_names[12] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
                                         "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
@@ -30,10 +29,17 @@ time_t LocalTime(int year, int month, int day, int hour, int minute, int second,
 
 }  // namespace
 
+time_t zp_time()
+{
+    timespec clock;
+    clock_gettime(CLOCK_REALTIME_COARSE, &clock);
+    return clock.tv_sec;
+}
+
 void zp_gettimevalues(ZPTIME* now)
 {
-    timeval clock;
-    gettimeofday(&clock, nullptr);
+    timespec clock;
+    clock_gettime(CLOCK_REALTIME, &clock);
     tm local;
     if (!localtime_r(&clock.tv_sec, &local)) {
         // Only a year that an int cannot hold comes here; it reads as the epoch.
@@ -42,7 +48,7 @@ void zp_gettimevalues(ZPTIME* now)
     }
     *now = {
         clock.tv_sec,
-        clock.tv_usec,
+        clock.tv_nsec / 1000,
         local.tm_sec,
         local.tm_min,
         local.tm_hour,

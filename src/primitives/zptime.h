@@ -25,6 +25,11 @@ struct ZPTIME {
 extern const char* const zp_month_names[12];
 extern const char* const zp_weekday_names[7];
 
+// The present second, by the clock that `time` reads. The C library picks its `time` and
+// `gettimeofday` for the processor at the start of each program that has them, in a part of
+// it that no request touches otherwise.
+time_t zp_time();
+
 // Fills in the present time, read once.
 void zp_gettimevalues(ZPTIME* now);
 

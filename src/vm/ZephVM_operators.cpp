@@ -1,8 +1,7 @@
 // The operators: arithmetic, bits, logic, comparison and joining. The right operand is on
 // top. Those on whole texts stand in ZephVM_search.cpp, the rounding ones in
 // ZephVM_rounding.cpp.
-#include <math.h>
-
+#include "primitives/power.h"
 #include "vm/Remainder.h"
 #include "vm/ZephVM.h"
 #include "vm/ZephVM_Stack.h"
@@ -82,7 +81,7 @@ int ZephVM::div()
 int ZephVM::pow()
 {
     Doubles operands(m_stack);
-    return PushResult(this, m_stack, ::pow(operands.left, operands.right));
+    return PushResult(this, m_stack, Power(operands.left, operands.right));
 }
 
 // The least integer by -1 is not guarded, on purpose: it is the machine's trap.

@@ -48,6 +48,15 @@ bool AreZeros(const char* digits)
     return digits[strspn(digits, "0")] == 0;
 }
 
+// Exact up to 10^22. Where digits are cut off, their places are fewer than 20.
+double PowerOfTen(int exponent)
+{
+    double power = 1;
+    for (int i = 0; i < exponent; ++i)
+        power *= 10;
+    return power;
+}
+
 // With zeros between the point and the first digit, the digit at which the cut is decided
 // may be the first one although it stands further back: those zeros are not counted, on
 // purpose, so that 0.0006 to two places is 0.01.
@@ -65,7 +74,7 @@ double Digits::Rounded(int places) const
         whole += whole & 1;
     else if (next >= '5')
         ++whole;
-    double value = double(whole) / pow(10.0, places);
+    double value = double(whole) / PowerOfTen(places);
     return sign ? -value : value;
 }
 

@@ -128,3 +128,11 @@ TEST(Zptime, NamesRunFromJanAndFromSun)
     EXPECT_EQ(months, "JanFebMarAprMayJunJulAugSepOctNovDec");
     EXPECT_EQ(days, "SunMonTueWedThuFriSat");
 }
+
+TEST(Zptime, TheSecondIsThatOfTheSystem)
+{
+    time_t before = time(nullptr);
+    time_t now = zp_time();
+    EXPECT_GE(now, before);
+    EXPECT_LE(now, time(nullptr));
+}

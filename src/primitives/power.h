@@ -1,0 +1,10 @@
+#ifndef ZEPH_PRIMITIVES_POWER_H
+#define ZEPH_PRIMITIVES_POWER_H
+
+// The C library's pow, loaded at the first call. The mathematical part of that library is
+// a file of its own; linked in the usual way, every start would map and relocate it, for
+// the few scripts that ask for a power. Where it cannot be loaded the process ends, as it
+// would at its start. For one thread at a time.
+double Power(double base, double exponent);
+
+#endif
