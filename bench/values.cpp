@@ -6,8 +6,6 @@
 // A case that ends in _library is the peer of the one before it. Only the ratio of the two
 // counts; bench/count_values.py counts the instructions of each.
 
-#include <benchmark/benchmark.h>
-
 #include <algorithm>
 #include <cstring>
 #include <cstdlib>
@@ -17,23 +15,14 @@
 #include <unordered_map>
 #include <vector>
 
+#include "cases.h"
 #include "image/Dictionary.h"
 #include "primitives/string_search.h"
 #include "variables/LinkBuffer.h"
 #include "variables/Variable.h"
 #include "variables/VariableHash.h"
 
-// A case of the benchmark. With BENCH_ROUNDS in the environment it runs exactly as often,
-// for whoever counts its instructions.
-#define ZEPH_CASE(name) BENCHMARK(name)->Apply(SetRounds)
-
 namespace {
-
-void SetRounds(benchmark::internal::Benchmark* registered)
-{
-    if (const char* rounds = getenv("BENCH_ROUNDS"))
-        registered->Iterations(atoi(rounds));
-}
 
 using benchmark::DoNotOptimize;
 using benchmark::State;

@@ -5,6 +5,8 @@
 AggregateElementTree::AggregateElementTree(const AggregateElementTree& other)
     : SplayTree(other.is_owner())
 {
+    if (is_owner() && CopyNumbers(other))
+        return;
     other.ForEach([this](AggregateElement* element) {
         Append(is_owner() ? new AggregateElement(*element) : element);
     });
@@ -56,6 +58,24 @@ AggregateElement* AggregateElementTree::Remove(const AggregateIndex& index)
     return element;
 }
 
+bool AggregateElementTree::DropNumber(int index)
+{
+    if (!m_run.Drop(index))
+        return false;
+    m_stamp = NewStamp();
+    if (!m_run.IsDense())
+        MoveToTree();
+    return true;
+}
+
+bool AggregateElementTree::CopyNumbers(const AggregateElementTree& other)
+{
+    if (other.SplayTree::Entries() > 0 || !m_run.CopyNumbers(other.m_run))
+        return false;
+    m_stamp = NewStamp();
+    return true;
+}
+
 AggregateElement* AggregateElementTree::Next(const AggregateIndex& index)
 {
     if (IsRun())
@@ -68,6 +88,20 @@ AggregateElement* AggregateElementTree::Previous(const AggregateIndex& index)
     if (IsRun())
         return m_run.AtOrInFrontOf(index.number() - 1LL);
     return SplayTree::Previous(index);
+}
+
+int AggregateElementTree::NextNumber(int number)
+{
+    if (IsRun())
+        return m_run.NumberAtOrBehind(number + 1LL);
+    return NumberOf(SplayTree::Next(AggregateIndex(number)));
+}
+
+int AggregateElementTree::PreviousNumber(int number)
+{
+    if (IsRun())
+        return m_run.NumberAtOrInFrontOf(number - 1LL);
+    return NumberOf(SplayTree::Previous(AggregateIndex(number)));
 }
 
 AggregateElement* AggregateElementTree::First()
@@ -87,7 +121,7 @@ void AggregateElementTree::Dump()
     ElementRun ending;
     ending.Swap(m_run);
     if (is_owner())
-        ending.ForEach([this](AggregateElement* element) { Purge(element); });
+        ending.ForEachMade([this](AggregateElement* element) { Purge(element); });
     SplayTree::Dump();
 }
 

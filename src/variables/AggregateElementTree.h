@@ -8,7 +8,8 @@
 // The elements of one aggregate, all of them under numbers or all under names.
 //
 // Numbers without large gaps, the usual array, are kept in an ElementRun, where an
-// element is found by its number at once; all else is in the nodes of the tree. Which of
+// element is found by its number at once, and where it may be a plain number until somebody
+// asks for the element itself; all else is in the nodes of the tree. Which of
 // the two holds the elements shows in nothing but the time that an operation takes, as long
 // as no numbers are lowered on top of others: which of those are then hidden from look-ups
 // is not defined. What the run cannot do moves all elements into the tree, and Collapse
@@ -61,11 +62,39 @@ public:
     // Numbers the elements from 1 on, in order, and returns their count.
     int Collapse();
 
+    // What First, Last, Next and Previous find, by its number and without making an element
+    // of a plain number: -1 for a name, kNoNumber where they find nothing.
+    static constexpr int kNoNumber = ElementRun::kNoNumber;
+    int FirstNumber() { return IsRun() ? m_run.FirstNumber() : NumberOf(SplayTree::First()); }
+    int LastNumber() { return IsRun() ? m_run.LastNumber() : NumberOf(SplayTree::Last()); }
+    int NextNumber(int number);
+    int PreviousNumber(int number);
+
     // The element of a number, as by Find.
     AggregateElement* At(int number)
     {
         return IsRun() ? m_run.At(number) : SplayTree::Find(AggregateIndex(number));
     }
+    // The slot of a number in the run, null if there is none. It may be set anew if it has a
+    // plain number.
+    ElementSlot* SlotOf(int number) const { return m_run.SlotOf(number); }
+    // Puts a plain number into the place of an element that is not there, for an owner. False
+    // if the run has no place for it.
+    bool PutNumber(int index, ElementSlot number)
+    {
+        if (SplayTree::Entries() > 0 || !m_run.Put(index, number))
+            return false;
+        m_stamp = NewStamp();
+        return true;
+    }
+    // Takes a plain number out; false if there is none.
+    bool DropNumber(int index);
+    // Makes an empty owner a copy of another one that has nothing but plain numbers; false
+    // if it has more.
+    bool CopyNumbers(const AggregateElementTree& other);
+    // The run, null if it has no elements.
+    const ElementRun* run() const { return IsRun() ? &m_run : nullptr; }
+
     // A number that no other tree has, and that changes with every element that comes or
     // goes: whoever keeps an element can tell by it whether it is still there.
     unsigned long long stamp() const { return m_stamp; }
@@ -76,6 +105,10 @@ private:
     AggregateElement* InRun(const AggregateIndex& index) const
     {
         return index.number() < 0 ? nullptr : m_run.At(index.number());
+    }
+    static int NumberOf(AggregateElement* element)
+    {
+        return element ? element->index().number() : kNoNumber;
     }
     bool PutIntoRun(AggregateElement* element);
     void MoveToTree();

@@ -1,8 +1,11 @@
 #ifndef ZEPH_VARIABLES_AGGREGATEWALK_H
 #define ZEPH_VARIABLES_AGGREGATEWALK_H
 
+#include "variables/ElementSlot.h"
+
 class AggregateElement;
 class AggregateElementTree;
+class ElementRun;
 class String;
 class Variable;
 
@@ -24,26 +27,34 @@ public:
     // Goes down into an aggregate that is not being walked. `copy`, which may be null,
     // is what the caller keeps for this level.
     void Enter(Variable* aggregate, AggregateElementTree* elements, AggregateElementTree* copy);
-    // The next element of the deepest level that has one left; null at the end of the
-    // walk.
-    AggregateElement* Next();
+    // The next element of the deepest level that has one left, or the plain number that
+    // stands for it; an empty slot at the end of the walk.
+    ElementSlot Next();
+    // If the last element was a plain number: its index, and the element itself, which is made.
+    int number() const { return m_number; }
+    AggregateElement* MakeElement();
     // What was kept for the level of the last element.
     AggregateElementTree* copy() const { return m_levels[m_depth - 1].copy; }
 
 private:
     struct Level {
         Variable* aggregate;
-        AggregateElement** elements;  // owned array of borrowed elements, in order
-        int count;
-        int next;
+        const ElementRun* run;        // borrowed; null for elements that are in nodes
+        AggregateElement** elements;  // owned array of these elements, borrowed, in order
+        int count;                    // of the array
+        int next;                     // place in the run or in the array
         AggregateElementTree* copy;
     };
 
+    static Level NewLevel(Variable* aggregate, AggregateElementTree* elements,
+                          AggregateElementTree* copy);
+    static ElementSlot NextOf(Level* level, int* number);
     void Leave();
 
     Level* m_levels = nullptr;  // owned
     int m_depth = 0;
     int m_capacity = 0;
+    int m_number = 0;
 };
 
 // A copy of all elements of an aggregate and of what is below them, made of plain or

@@ -134,23 +134,33 @@ public:
             return nullptr;
         return variable->Variable::Element(AggregateIndex(number), 1);
     }
-    static Variable::PrimaryType ElementNumber(Variable* variable, int number, int* integer, double* real)
+    // What an element above 0 of such an array is, if it is a plain number in its slot or a
+    // plain scalar last set to one: kInteger or kDouble, and the number. Else kNone, with
+    // nothing set; so it is for a double whose text has been asked for, and for all elements
+    // of an array with large gaps.
+    static Variable::PrimaryType ElementNumber(const Variable* array, int number, int* integer,
+                                               double* real)
     {
-        Variable* e = Element(variable, number);
-        if (!e || !e->m_direct || e->m_elements) return Variable::kNone;
-        if (e->m_primary == Variable::kInteger) { *integer = e->m_integer; return Variable::kInteger; }
-        if (e->m_primary == Variable::kDouble) { *real = e->m_real; return Variable::kDouble; }
-        return Variable::kNone;
+        const ElementSlot* slot = Slot(array, number);
+        if (!slot || !slot->IsNumber())
+            return slot && !slot->IsEmpty() ? Number(slot->element()->var(), integer, real)
+                                            : Variable::kNone;
+        if (!slot->IsInteger()) {
+            *real = slot->real();
+            return Variable::kDouble;
+        }
+        *integer = slot->integer();
+        return Variable::kInteger;
     }
-    static bool SetElement(Variable* variable, int number, int value)
+    // SetValue_Integer() and SetValue_Double() of Element(), which is made if it is missing. A
+    // scalar becomes an array. New elements are plain numbers in their slots.
+    static bool SetElement(Variable* array, int number, int value)
     {
-        Variable* e = MadeElement(variable, number);
-        return e && SetInteger(e, value);
+        return SetElementTo(array, number, value);
     }
-    static bool SetElement(Variable* variable, int number, double value)
+    static bool SetElement(Variable* array, int number, double value)
     {
-        Variable* e = MadeElement(variable, number);
-        return e && SetDouble(e, value);
+        return SetElementTo(array, number, value);
     }
     // The members of a structure of the class itself, else null.
     static AggregateElementTree* Members(const Variable* variable)
@@ -179,6 +189,53 @@ public:
             variable->DecRefCount();
         else
             variable->GiveCountBack();
+    }
+
+private:
+    static ElementSlot* Slot(const Variable* array, int number)
+    {
+        if (!array->m_direct || array->m_aggregate != kAggregateArray || number < 1)
+            return nullptr;
+        return array->m_elements->SlotOf(number);
+    }
+    static Variable::PrimaryType Number(const Variable* variable, int* integer, double* real)
+    {
+        if (!variable->m_direct || variable->m_elements)
+            return Variable::kNone;
+        if (variable->m_primary == Variable::kInteger &&
+            variable->m_valid & Variable::kIntegerValid) {
+            *integer = variable->m_integer;
+            return Variable::kInteger;
+        }
+        // A comparison goes by the text of a double if there is one.
+        if (variable->m_primary != Variable::kDouble || variable->m_valid & Variable::kTextValid ||
+            !(variable->m_valid & Variable::kDoubleValid))
+            return Variable::kNone;
+        *real = variable->m_real;
+        return Variable::kDouble;
+    }
+    static bool Set(Variable* variable, int value) { return SetInteger(variable, value); }
+    static bool Set(Variable* variable, double value) { return SetDouble(variable, value); }
+    template <class Value>
+    static bool SetElementTo(Variable* array, int number, Value value)
+    {
+        ElementSlot* slot = Slot(array, number);
+        if (slot && !slot->IsEmpty() && !slot->IsNumber())
+            return Set(slot->element()->var(), value);
+        if (!ElementSlot::CanHold(value))
+            return false;
+        if (!slot || slot->IsEmpty())
+            return AddNumber(array, number, ElementSlot(value));
+        *slot = ElementSlot(value);
+        return true;
+    }
+    static bool AddNumber(Variable* array, int number, ElementSlot value)
+    {
+        if (!array->m_direct || number < 1)
+            return false;
+        if (array->m_aggregate == kAggregateNone)
+            array->Variable::Convert_Aggregate(kAggregateArray);
+        return array->m_aggregate == kAggregateArray && array->m_elements->PutNumber(number, value);
     }
 };
 

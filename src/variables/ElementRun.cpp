@@ -20,52 +20,65 @@ ElementRun::~ElementRun()
     free(m_slots);
 }
 
-AggregateElement* ElementRun::AtOrBehind(long long number) const
+int ElementRun::PlaceAtOrBehind(long long number) const
 {
     long long place = number < m_first ? 0 : number - m_first;
     for (; place < m_span; ++place) {
-        if (AggregateElement* element = m_slots[m_begin + place])
-            return element;
+        if (!m_slots[m_begin + place].IsEmpty())
+            return int(place);
     }
-    return nullptr;
+    return kNoPlace;
 }
 
-AggregateElement* ElementRun::AtOrInFrontOf(long long number) const
+int ElementRun::PlaceAtOrInFrontOf(long long number) const
 {
     long long place = number - m_first;
     if (place >= m_span)
         place = m_span - 1;
     for (; place >= 0; --place) {
-        if (AggregateElement* element = m_slots[m_begin + place])
-            return element;
+        if (!m_slots[m_begin + place].IsEmpty())
+            return int(place);
     }
-    return nullptr;
+    return kNoPlace;
 }
 
-bool ElementRun::Put(int number, AggregateElement* element)
+AggregateElement* ElementRun::MakeElement(ElementSlot* slot) const
 {
-    // Mostly what follows the last element.
-    if (m_count > 0 && (long long)number == (long long)m_first + m_span &&
-        m_begin + m_span < m_capacity) {
-        m_slots[m_begin + m_span++] = element;
-        ++m_count;
-        return true;
+    int place = int(slot - m_slots) - m_begin;
+    AggregateElement* element = slot->NewElement(m_first + place);
+    *slot = ElementSlot(element);
+    return element;
+}
+
+ElementSlot ElementRun::Walk(int* place, int* number) const
+{
+    while (*place < m_span) {
+        *number = m_first + *place;
+        ElementSlot slot = m_slots[m_begin + (*place)++];
+        if (!slot.IsEmpty())
+            return slot;
     }
+    return ElementSlot(nullptr);
+}
+
+bool ElementRun::PutAnywhere(int number, ElementSlot slot)
+{
     if (m_count == 0) {
         if (!MakeRoom(0, 1))
             return false;
         m_first = number;
         m_span = 1;
+        m_slots[m_begin] = ElementSlot(nullptr);
     }
     long long place = (long long)number - m_first;
     if (place >= m_span && !WidenBehind(place - m_span + 1))
         return false;
     if (place < 0 && !WidenInFront(-place))
         return false;
-    AggregateElement** slot = &m_slots[m_begin + (number - m_first)];
-    if (m_count > 0 && *slot)
+    ElementSlot* free_slot = SlotOf(number);
+    if (!free_slot->IsEmpty())
         return false;
-    *slot = element;
+    *free_slot = slot;
     ++m_count;
     return true;
 }
@@ -73,12 +86,25 @@ bool ElementRun::Put(int number, AggregateElement* element)
 AggregateElement* ElementRun::Take(int number)
 {
     AggregateElement* element = At(number);
-    if (!element)
-        return nullptr;
-    m_slots[m_begin + (number - m_first)] = nullptr;
+    if (element)
+        Empty(number);
+    return element;
+}
+
+bool ElementRun::Drop(int number)
+{
+    ElementSlot* slot = SlotOf(number);
+    if (!slot || !slot->IsNumber())
+        return false;
+    Empty(number);
+    return true;
+}
+
+void ElementRun::Empty(int number)
+{
+    *SlotOf(number) = ElementSlot(nullptr);
     --m_count;
     Trim();
-    return element;
 }
 
 // Drops the holes at both ends.
@@ -88,12 +114,12 @@ void ElementRun::Trim()
         Clear();
         return;
     }
-    while (!m_slots[m_begin]) {
+    while (m_slots[m_begin].IsEmpty()) {
         ++m_begin;
         ++m_first;
         --m_span;
     }
-    while (!m_slots[m_begin + m_span - 1])
+    while (m_slots[m_begin + m_span - 1].IsEmpty())
         --m_span;
 }
 
@@ -122,7 +148,7 @@ bool ElementRun::WidenBehind(long long slots)
 {
     if (m_span + slots - 1 - m_count > HolesAllowed(m_count) || !MakeRoom(0, slots))
         return false;
-    memset(m_slots + m_begin + m_span, 0, size_t(slots) * sizeof *m_slots);
+    ClearSlots(m_span, slots);
     m_span += int(slots);
     return true;
 }
@@ -132,14 +158,15 @@ bool ElementRun::WidenInFront(long long slots)
     if (m_span + slots - 1 - m_count > HolesAllowed(m_count) || !MakeRoom(slots, 0))
         return false;
     m_begin -= int(slots);
-    memset(m_slots + m_begin, 0, size_t(slots) * sizeof *m_slots);
+    ClearSlots(0, slots);
     m_span += int(slots);
     m_first -= int(slots);
     return true;
 }
 
 // Free slots on one side of the span. Doubling, with a share of what is left for the other
-// side, keeps the cost of many additions linear at both ends.
+// side, keeps the cost of many additions linear at both ends. What grows behind stays where it
+// is unless that leaves too much in front: the system can then grow it without moving a byte.
 bool ElementRun::MakeRoom(long long front, long long behind)
 {
     if (m_begin >= front && m_begin + m_span + behind <= m_capacity)
@@ -149,43 +176,69 @@ bool ElementRun::MakeRoom(long long front, long long behind)
         return false;
     int capacity = m_capacity < 2 * needed ? int(2 * needed) + kFirstCapacity : m_capacity;
     int share = int((capacity - needed) / 4);
-    Move(capacity, front > 0 ? capacity - m_span - share : share);
+    if (front > 0)
+        Move(capacity, capacity - m_span - share);
+    else
+        Move(capacity, m_begin < share && m_capacity < capacity ? m_begin : share);
     return true;
 }
 
 // Moves the span to slot `begin` of as many slots.
 void ElementRun::Move(int capacity, int begin)
 {
-    const size_t size = size_t(m_span) * sizeof *m_slots;
-    AggregateElement** slots = m_slots;
-    if (capacity != m_capacity)
-        slots =
-            static_cast<AggregateElement**>(GrownMemory(nullptr, size_t(capacity), sizeof *slots));
-    if (m_span > 0)
-        memmove(slots + begin, m_slots + m_begin, size);
-    if (slots != m_slots)
-        free(m_slots);
+    ElementSlot* slots = m_slots;
+    if (capacity != m_capacity) {
+        void* kept = begin == m_begin ? m_slots : nullptr;
+        slots = static_cast<ElementSlot*>(GrownMemory(kept, size_t(capacity), sizeof *slots));
+    }
+    if (begin != m_begin) {
+        if (m_span > 0)
+            memmove(slots + begin, m_slots + m_begin, size_t(m_span) * sizeof *slots);
+        if (slots != m_slots)
+            free(m_slots);
+    }
     m_slots = slots;
     m_capacity = capacity;
     m_begin = begin;
 }
 
+void ElementRun::ClearSlots(int place, long long count)
+{
+    memset(m_slots + m_begin + place, 0, size_t(count) * sizeof *m_slots);
+}
+
+bool ElementRun::CopyNumbers(const ElementRun& other)
+{
+    const ElementSlot* slots = other.m_slots + other.m_begin;
+    for (int i = 0; i < other.m_span; ++i) {
+        if (!slots[i].IsNumber() && !slots[i].IsEmpty())
+            return false;
+    }
+    if (other.m_count == 0)
+        return true;
+    if (m_capacity < other.m_span)
+        Move(other.m_span, 0);
+    memcpy(m_slots, slots, size_t(other.m_span) * sizeof *m_slots);
+    m_begin = 0;
+    m_span = other.m_span;
+    m_first = other.m_first;
+    m_count = other.m_count;
+    return true;
+}
+
 bool ElementRun::Displace(int start, int delta)
 {
-    AggregateElement* behind = AtOrBehind(start);
-    if (!behind || delta == 0)
+    int from = PlaceAtOrBehind(start);
+    if (from == kNoPlace || delta == 0)
         return true;
-    long long last = (long long)m_first + m_span - 1 + delta;
-    if (last > INT_MAX)
+    if ((long long)LastNumber() + delta > INT_MAX)
         return false;
-    int from = behind->index().number() - m_first;
     if (from == 0) {
         if ((long long)m_first + delta < 0)
             return false;
         m_first += delta;
     } else if (delta < 0) {
-        AggregateElement* in_front = AtOrInFrontOf((long long)start - 1);
-        if ((long long)m_first + from + delta <= in_front->index().number())
+        if ((long long)from + delta <= PlaceAtOrInFrontOf((long long)start - 1))
             return false;
         MoveTail(from, delta);
     } else {
@@ -196,30 +249,33 @@ bool ElementRun::Displace(int start, int delta)
         MoveTail(from, delta);
     }
     for (int i = from == 0 ? 0 : from + delta; i < m_span; ++i) {
-        if (AggregateElement* element = m_slots[m_begin + i])
-            element->index().Displace(delta);
+        ElementSlot slot = m_slots[m_begin + i];
+        if (!slot.IsEmpty() && !slot.IsNumber())
+            slot.element()->index().Displace(delta);
     }
     return true;
 }
 
 void ElementRun::MoveTail(int from, int delta)
 {
-    AggregateElement** tail = m_slots + m_begin + from;
+    ElementSlot* tail = m_slots + m_begin + from;
     memmove(tail + delta, tail, size_t(m_span - from) * sizeof *tail);
     if (delta > 0)
-        memset(tail, 0, size_t(delta) * sizeof *tail);
+        ClearSlots(from, delta);
     m_span += delta;
 }
 
 void ElementRun::Collapse()
 {
-    AggregateElement** slots = m_slots + m_begin;
+    ElementSlot* slots = m_slots + m_begin;
     int count = 0;
     for (int i = 0; i < m_span; ++i) {
-        if (AggregateElement* element = slots[i]) {
-            slots[count++] = element;
-            element->index().Renumber(count);
-        }
+        ElementSlot slot = slots[i];
+        if (slot.IsEmpty())
+            continue;
+        slots[count++] = slot;
+        if (!slot.IsNumber())
+            slot.element()->index().Renumber(count);
     }
     m_first = 1;
     m_span = count;

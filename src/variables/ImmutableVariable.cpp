@@ -147,7 +147,8 @@ void ImmutableVariable::SetLocked(bool locked)
         return;
     AggregateWalk walk;
     walk.Enter(this, m_elements, nullptr);
-    while (AggregateElement* element = walk.Next()) {
+    for (ElementSlot slot; !(slot = walk.Next()).IsEmpty();) {
+        AggregateElement* element = slot.element();
         // One that is always NULL stays locked wherever it has been put.
         if (!element->var()->is_immutable() || element->var()->type() == kAlwaysNull)
             continue;

@@ -255,7 +255,7 @@ private:
     Variable* NewFirstElement(AggregateIndex index);
     Variable* AddElement(const AggregateIndex& index);
     int SetFirstElement(AggregateIndex index, Variable* variable);
-    bool Pick(AggregateElement* element, AggregateElementTree* to);
+    bool Pick(int number, AggregateElementTree* to);
     void PutElement(long long number, Variable* variable, bool copy);
     void CopyUp(Variable* source, long long start, long long limit, long long shift, bool copy);
     void CopyDown(Variable* source, long long start, long long limit, long long shift, bool copy);

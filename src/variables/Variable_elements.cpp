@@ -14,12 +14,19 @@ int AsIndex(long long number)
     return number < 0 ? 0 : number > INT_MAX ? INT_MAX : int(number);
 }
 
+const int kNoNumber = AggregateElementTree::kNoNumber;
+
 // The first element at or behind a number that is above 0.
 AggregateElement* AtOrBehind(AggregateElementTree* elements, long long number)
 {
     if (number > INT_MAX)
         return nullptr;
     return elements->Next(AggregateIndex(AsIndex(number - 1)));
+}
+
+int NumberAtOrBehind(AggregateElementTree* elements, long long number)
+{
+    return number > INT_MAX ? kNoNumber : elements->NextNumber(AsIndex(number - 1));
 }
 
 AggregateElement* InFrontOf(AggregateElementTree* elements, long long number)
@@ -32,6 +39,11 @@ AggregateElement* InFrontOf(AggregateElementTree* elements, long long number)
 int NumberOf(AggregateElement* element)
 {
     return element ? element->index().number() : 0;
+}
+
+int NumberOrZero(int number)
+{
+    return number == kNoNumber ? 0 : number;
 }
 
 void Displace(AggregateElementTree* elements, long long start, long long delta)
@@ -138,30 +150,32 @@ void Variable::DeleteElements(int start, int count, bool collapse)
     // Kept aside until the array is in order again: what ends with an element may
     // look at it.
     AggregateElementTree removed(1);
-    AggregateElement* element;
+    int number;
     long long limit = (long long)start + count;
     if (count == -1) {
-        while ((element = m_elements->Last()) && NumberOf(element) >= start &&
-               Pick(element, &removed))
+        while ((number = m_elements->LastNumber()) != kNoNumber && number >= start &&
+               Pick(number, &removed))
             ;
         return;
     }
     // Each search starts where the last one ended, not in front of the hole so far.
     long long at = start;
-    while ((element = AtOrBehind(m_elements, at)) && NumberOf(element) < limit) {
-        at = NumberOf(element);
-        if (!Pick(element, &removed))
+    while ((number = NumberAtOrBehind(m_elements, at)) != kNoNumber && number < limit) {
+        at = number;
+        if (!Pick(number, &removed))
             break;
     }
     if (collapse)
         Displace(m_elements, limit, -(long long)count);
 }
 
-// Moves an element to another tree. False if numbers that were lowered on top of others
-// hide it.
-bool Variable::Pick(AggregateElement* element, AggregateElementTree* to)
+// Moves an element to another tree, unless it is a plain number, with which nothing else
+// ends. False if numbers that were lowered on top of others hide it.
+bool Variable::Pick(int number, AggregateElementTree* to)
 {
-    AggregateElement* found = m_elements->Remove(element->index());
+    if (m_elements->DropNumber(number))
+        return true;
+    AggregateElement* found = m_elements->Remove(AggregateIndex(number));
     if (found)
         to->Insert(found);
     return found;
@@ -272,12 +286,12 @@ int Variable::CollapseElements()
 
 int Variable::Max()
 {
-    return m_elements ? NumberOf(m_elements->Last()) : 0;
+    return m_elements ? NumberOrZero(m_elements->LastNumber()) : 0;
 }
 
 int Variable::Min()
 {
-    return m_elements ? NumberOf(m_elements->First()) : 0;
+    return m_elements ? NumberOrZero(m_elements->FirstNumber()) : 0;
 }
 
 int Variable::Next(int number)
@@ -286,7 +300,7 @@ int Variable::Next(int number)
         return 0;
     if (m_aggregate != kAggregateArray)
         return -1;
-    return NumberOf(m_elements->Next(AggregateIndex(number)));
+    return NumberOrZero(m_elements->NextNumber(AsIndex(number)));
 }
 
 int Variable::Previous(int number)
@@ -295,7 +309,7 @@ int Variable::Previous(int number)
         return 0;
     if (m_aggregate != kAggregateArray)
         return -1;
-    return NumberOf(m_elements->Previous(AggregateIndex(number)));
+    return NumberOrZero(m_elements->PreviousNumber(AsIndex(number)));
 }
 
 int Variable::ElementsUsed()

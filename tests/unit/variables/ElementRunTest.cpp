@@ -23,6 +23,13 @@ protected:
         return m_elements.back().get();
     }
     bool Put(int number) { return run.Put(number, New(number)); }
+    bool Put(int number, ElementSlot slot) { return run.Put(number, slot); }
+    // An element that the run has made of a plain number, which is the test's.
+    AggregateElement* Kept(AggregateElement* made)
+    {
+        m_elements.emplace_back(made);
+        return made;
+    }
     std::string Numbers()
     {
         std::string text;
@@ -163,6 +170,68 @@ TEST_F(RunTest, GrowsAtBothEndsInTurn)
         ASSERT_TRUE(run.Put(kMiddle - 1 - i, m_shared.get()));
     }
     EXPECT_EQ(run.Entries(), 400000);
+}
+
+TEST_F(RunTest, PlainNumbersCountAsTheElementsThatTheyStandFor)
+{
+    EXPECT_TRUE(Put(3, ElementSlot(30)));
+    EXPECT_TRUE(Put(5, ElementSlot(0.5)));
+    EXPECT_TRUE(Put(4));
+    EXPECT_FALSE(Put(3));
+    EXPECT_FALSE(Put(3, ElementSlot(31)));
+    EXPECT_EQ(run.Entries(), 3);
+    EXPECT_EQ(run.FirstNumber(), 3);
+    EXPECT_EQ(run.LastNumber(), 5);
+    EXPECT_EQ(run.NumberAtOrBehind(4), 4);
+    EXPECT_EQ(run.NumberAtOrBehind(6), ElementRun::kNoNumber);
+    EXPECT_EQ(run.NumberAtOrInFrontOf(2), ElementRun::kNoNumber);
+    EXPECT_EQ(run.NumberAtOrInFrontOf(9), 5);
+    EXPECT_TRUE(run.Displace(4, 2));
+    EXPECT_EQ(run.SlotOf(7)->real(), 0.5);
+    EXPECT_TRUE(run.SlotOf(4)->IsEmpty());
+    EXPECT_EQ(run.SlotOf(8), nullptr);
+    EXPECT_FALSE(run.Drop(6));
+    EXPECT_FALSE(run.Drop(4));
+    EXPECT_FALSE(run.Drop(2));
+    EXPECT_TRUE(run.Drop(3));
+    EXPECT_EQ(run.FirstNumber(), 6);
+    run.Collapse();
+    EXPECT_EQ(run.SlotOf(1)->element()->index().number(), 1);
+    AggregateElement* made = Kept(run.At(2));
+    EXPECT_EQ(made->index().number(), 2);
+    EXPECT_EQ(run.Last(), made);
+    EXPECT_EQ(Numbers(), "1 2");
+    EXPECT_EQ(run.Take(2), made);
+    run.Clear();
+    EXPECT_EQ(run.FirstNumber(), ElementRun::kNoNumber);
+    EXPECT_EQ(run.LastNumber(), ElementRun::kNoNumber);
+}
+
+TEST_F(RunTest, CopiesOneOfPlainNumbersWithItsHoles)
+{
+    ElementRun copy;
+    EXPECT_TRUE(copy.CopyNumbers(run));
+    EXPECT_EQ(copy.Entries(), 0);
+    for (int number : {10, 11, 60})
+        EXPECT_TRUE(Put(number, ElementSlot(number)));
+    EXPECT_TRUE(copy.CopyNumbers(run));
+    EXPECT_EQ(copy.Entries(), 3);
+    EXPECT_TRUE(copy.SlotOf(12)->IsEmpty());
+    EXPECT_TRUE(copy.Put(61, ElementSlot(61)));
+    EXPECT_TRUE(copy.Put(9, ElementSlot(9)));
+    int place = 0;
+    for (int expected : {9, 10, 11, 60, 61}) {
+        int number = 0;
+        EXPECT_EQ(copy.Walk(&place, &number).integer(), expected);
+        EXPECT_EQ(number, expected);
+    }
+    int number = 0;
+    EXPECT_TRUE(copy.Walk(&place, &number).IsEmpty());
+    EXPECT_EQ(run.Entries(), 3);
+    Put(12);
+    ElementRun other;
+    EXPECT_FALSE(other.CopyNumbers(run));
+    EXPECT_EQ(other.Entries(), 0);
 }
 
 TEST_F(RunTest, AgreesWithAMapOnRandomOperations)
