@@ -3,15 +3,11 @@
 #include <stdlib.h>
 #include <string.h>
 
-#include "image/little_endian.h"
 #include "variables/allocation.h"
+#include "vm/Instruction.h"
 #include "vm/StepRun.h"
 
 namespace {
-
-// The two bits that say what an operand is; 0 and 3 mean none.
-const unsigned int kIntegerOperand = 1;
-const unsigned int kDoubleOperand = 2;
 
 // Words that the steps know.
 enum Word : unsigned short {
@@ -55,56 +51,103 @@ const int kLess = DecodedStep::kLess;
 const int kEqual = DecodedStep::kEqual;
 const int kGreater = DecodedStep::kGreater;
 
-// How a word is done, if the loop has a short way for it.
+// How a word is done.
 struct Form {
-    unsigned short word;
     DecodedStep::Kind kind;
     unsigned char operation;
     int outcomes;
     unsigned char table;
 };
 
-const Form kForms[] = {
-    {kPushcWord, DecodedStep::kPushConstant, 0, 0, 0},
-    {kPushiWord, DecodedStep::kPushInteger, 0, 0, 0},
-    {kPushfWord, DecodedStep::kPushDouble, 0, 0, 0},
-    {kPushlWord, DecodedStep::kPushVariable, 0, 0, DecodedStep::kLocal},
-    {kPushgWord, DecodedStep::kPushVariable, 0, 0, DecodedStep::kGlobal},
-    {kPoplWord, DecodedStep::kPopVariable, 0, 0, DecodedStep::kLocal},
-    {kPopgWord, DecodedStep::kPopVariable, 0, 0, DecodedStep::kGlobal},
-    {kPopWord, DecodedStep::kPop, 0, 0, 0},
-    {kAddWord, DecodedStep::kArithmetic, DecodedStep::kAdd, 0, 0},
-    {kSubWord, DecodedStep::kArithmetic, DecodedStep::kSubtract, 0, 0},
-    {kMulWord, DecodedStep::kArithmetic, DecodedStep::kMultiply, 0, 0},
-    {kDivWord, DecodedStep::kArithmetic, DecodedStep::kDivide, 0, 0},
-    {kCmpWord, DecodedStep::kCompare, 1, 0, 0},
-    {kEqWord, DecodedStep::kCompare, 0, kEqual, 0},
-    {kNeWord, DecodedStep::kCompare, 0, kLess | kGreater, 0},
-    {kGeWord, DecodedStep::kCompare, 0, kGreater | kEqual, 0},
-    {kLeWord, DecodedStep::kCompare, 0, kLess | kEqual, 0},
-    {kLtWord, DecodedStep::kCompare, 0, kLess, 0},
-    {kGtWord, DecodedStep::kCompare, 0, kGreater, 0},
-    {kJmpWord, DecodedStep::kJump, 0, 0, 0},
-    {kJmpEqWord, DecodedStep::kJumpIf, 0, kEqual, 0},
-    {kJmpLtWord, DecodedStep::kJumpIf, 0, kLess, 0},
-    {kJmpGtWord, DecodedStep::kJumpIf, 0, kGreater, 0},
-    {kJmpLeWord, DecodedStep::kJumpIf, 0, kLess | kEqual, 0},
-    {kJmpGeWord, DecodedStep::kJumpIf, 0, kGreater | kEqual, 0},
-    {kJmpNeWord, DecodedStep::kJumpIf, 0, kLess | kGreater, 0},
-    {kLinenoWord, DecodedStep::kLine, 0, 0, 0},
-    {kIncgWord, DecodedStep::kIncrement, 0, 0, DecodedStep::kGlobal},
-    {kStoregiWord, DecodedStep::kStoreInteger, 0, 0, DecodedStep::kGlobal},
-    {kCallWord, DecodedStep::kCall, 0, 0, 0},
-    {kRetWord, DecodedStep::kReturn, 0, 0, 0},
-};
-
-const Form* FormOf(unsigned int word)
+Form Plain(DecodedStep::Kind kind, unsigned char table = 0)
 {
-    for (const Form& form : kForms) {
-        if (form.word == word)
-            return &form;
+    return {kind, 0, 0, table};
+}
+
+Form Arithmetic(DecodedStep::Operation operation)
+{
+    return {DecodedStep::kArithmetic, operation, 0, 0};
+}
+
+Form Comparison(int outcomes)
+{
+    return {DecodedStep::kCompare, 0, outcomes, 0};
+}
+
+Form ConditionalJump(int outcomes)
+{
+    return {DecodedStep::kJumpIf, 0, outcomes, 0};
+}
+
+// The form of an instruction that the loop has no short way for is the general one.
+Form FormOf(unsigned int word)
+{
+    const bool kGivesSign = true;
+    switch (word) {
+        case kPushcWord:
+            return Plain(DecodedStep::kPushConstant);
+        case kPushiWord:
+            return Plain(DecodedStep::kPushInteger);
+        case kPushfWord:
+            return Plain(DecodedStep::kPushDouble);
+        case kPushlWord:
+            return Plain(DecodedStep::kPushVariable, DecodedStep::kLocal);
+        case kPushgWord:
+            return Plain(DecodedStep::kPushVariable, DecodedStep::kGlobal);
+        case kPoplWord:
+            return Plain(DecodedStep::kPopVariable, DecodedStep::kLocal);
+        case kPopgWord:
+            return Plain(DecodedStep::kPopVariable, DecodedStep::kGlobal);
+        case kPopWord:
+            return Plain(DecodedStep::kPop);
+        case kJmpWord:
+            return Plain(DecodedStep::kJump);
+        case kLinenoWord:
+            return Plain(DecodedStep::kLine);
+        case kIncgWord:
+            return Plain(DecodedStep::kIncrement, DecodedStep::kGlobal);
+        case kStoregiWord:
+            return Plain(DecodedStep::kStoreInteger, DecodedStep::kGlobal);
+        case kCallWord:
+            return Plain(DecodedStep::kCall);
+        case kRetWord:
+            return Plain(DecodedStep::kReturn);
+        case kAddWord:
+            return Arithmetic(DecodedStep::kAdd);
+        case kSubWord:
+            return Arithmetic(DecodedStep::kSubtract);
+        case kMulWord:
+            return Arithmetic(DecodedStep::kMultiply);
+        case kDivWord:
+            return Arithmetic(DecodedStep::kDivide);
+        case kCmpWord:
+            return {DecodedStep::kCompare, kGivesSign, 0, 0};
+        case kEqWord:
+            return Comparison(kEqual);
+        case kNeWord:
+            return Comparison(kLess | kGreater);
+        case kGeWord:
+            return Comparison(kGreater | kEqual);
+        case kLeWord:
+            return Comparison(kLess | kEqual);
+        case kLtWord:
+            return Comparison(kLess);
+        case kGtWord:
+            return Comparison(kGreater);
+        case kJmpEqWord:
+            return ConditionalJump(kEqual);
+        case kJmpLtWord:
+            return ConditionalJump(kLess);
+        case kJmpGtWord:
+            return ConditionalJump(kGreater);
+        case kJmpLeWord:
+            return ConditionalJump(kLess | kEqual);
+        case kJmpGeWord:
+            return ConditionalJump(kGreater | kEqual);
+        case kJmpNeWord:
+            return ConditionalJump(kLess | kGreater);
     }
-    return nullptr;
+    return Plain(DecodedStep::kGeneral);
 }
 
 // Instructions that never go on to the next one.
@@ -116,20 +159,46 @@ bool EndsRun(const DecodedStep& step)
 
 }  // namespace
 
-DecodedCode::DecodedCode(const unsigned char* code, unsigned int size)
-    : m_code(code),
-      m_size(size),
-      m_at(static_cast<DecodedStep**>(ZeroedMemory(size, sizeof(DecodedStep*))))
+DecodedStep DecodedCode::s_entered_once;
+
+DecodedCode::DecodedCode(const unsigned char* code, unsigned int size, Eagerness eagerness)
+    : m_code(code), m_size(size), m_eagerness(size > kMostCode ? kNever : eagerness)
 {
 }
 
 DecodedCode::~DecodedCode()
 {
-    free(m_at);
+    for (unsigned int i = 0; m_pages && i <= m_size / kPageBytes; ++i)
+        free(m_pages[i]);
+    free(m_pages);
     while (Chunk* chunk = m_chunk) {
         m_chunk = chunk->previous;
         free(chunk);
     }
+}
+
+// Where the step of an offset within the code is kept.
+DecodedStep** DecodedCode::Place(unsigned int offset)
+{
+    if (!m_pages)
+        m_pages =
+            static_cast<DecodedStep***>(ZeroedMemory(m_size / kPageBytes + 1, sizeof *m_pages));
+    DecodedStep**& page = m_pages[offset / kPageBytes];
+    if (!page)
+        page = static_cast<DecodedStep**>(ZeroedMemory(kPageBytes, sizeof *page));
+    return &page[offset % kPageBytes];
+}
+
+DecodedStep* DecodedCode::Enter(unsigned int offset)
+{
+    if (IsEnd(offset) || m_eagerness == kNever || m_steps >= kMostSteps)
+        return nullptr;
+    DecodedStep** place = Place(offset);
+    if (!*place && m_eagerness == kWhenRepeated) {
+        *place = &s_entered_once;
+        return nullptr;
+    }
+    return Decode(offset);
 }
 
 // In 64 bits: a jump may have left any value in the program counter.
@@ -147,7 +216,7 @@ DecodedStep* DecodedCode::Decode(unsigned int offset)
     unsigned int at = offset;
     bool is_open = true;
     while (is_open && count < StepRun::kMostInstructions && !IsEnd(at) &&
-           !(count > 0 && m_at[at])) {
+           !(count > 0 && Known(at))) {
         Take(at, &instructions[count]);
         is_open = !EndsRun(instructions[count]);
         at = instructions[count++].next;
@@ -163,11 +232,12 @@ DecodedStep* DecodedCode::Keep(const StepRun& run)
     run.CopyTo(steps);
     m_free += run.count();
     m_left -= run.count();
+    m_steps += run.count();
     // Steps of several come before those that they consist of.
     for (int i = 0; i < run.count(); ++i) {
         bool is_instruction = steps[i].kind != DecodedStep::kLink && steps[i].kind != DecodedStep::kEnd;
-        if (is_instruction && !m_at[steps[i].offset])
-            m_at[steps[i].offset] = &steps[i];
+        if (is_instruction && !Known(steps[i].offset))
+            *Place(steps[i].offset) = &steps[i];
     }
     return steps;
 }
@@ -183,34 +253,21 @@ void DecodedCode::AddChunk(int least)
     m_free = reinterpret_cast<DecodedStep*>(chunk + 1);
 }
 
-// Operands are taken by the word's bits alone, and may run past the end of the code: every
-// code buffer has spare zeros for that.
 void DecodedCode::Take(unsigned int offset, DecodedStep* step) const
 {
-    const unsigned char* bytes = m_code + offset;
+    Instruction instruction(m_code, offset);
+    Form form = FormOf(instruction.word);
     *step = {};
-    step->word = static_cast<unsigned short>(GetWord(bytes));
+    step->kind = form.kind;
+    step->word = instruction.word;
+    step->operation = form.operation;
+    step->outcomes = static_cast<unsigned char>(form.outcomes);
+    step->left_table = form.table;
     step->offset = offset;
-    bytes += 2;
-    unsigned int word = step->word;
-    unsigned int forms[] = {word >> 14, word >> 12 & 3};
-    int* operands[] = {&step->a, &step->b};
-    for (int i = 0; i < 2; ++i) {
-        if (forms[i] == kIntegerOperand) {
-            *operands[i] = GetDword(bytes);
-            bytes += 4;
-        } else if (forms[i] == kDoubleOperand) {
-            step->real = GetDouble(bytes);
-            bytes += 8;
-        }
-    }
-    step->next = unsigned(bytes - m_code);
-    step->result = step->a;
-    if (const Form* form = FormOf(step->word)) {
-        step->kind = form->kind;
-        step->operation = form->operation;
-        step->outcomes = static_cast<unsigned char>(form->outcomes);
-        step->left_table = form->table;
-        step->is_backward = step->next + unsigned(step->a) <= offset;
-    }
+    step->next = instruction.next;
+    step->a = instruction.a;
+    step->b = instruction.b;
+    step->result = instruction.a;
+    step->is_backward = instruction.next + unsigned(instruction.a) <= offset;
+    step->real = instruction.double_a;
 }

@@ -117,25 +117,52 @@ struct DecodedStep {
 
 // The code of one segment as steps, made as far as the run gets, from any byte on: a jump
 // may land within what was meant as an operand. Steps stay where they are.
+//
+// What runs once is not worth a step, and most of a page runs once: steps are made where a
+// place is come to for the second time.
 class DecodedCode : public PreparedCode {
 public:
+    // When to make steps. The last two are for tests.
+    enum Eagerness {
+        kWhenRepeated,
+        kAlways,
+        kNever
+    };
+
     // The code is borrowed and has spare bytes behind its end.
-    DecodedCode(const unsigned char* code, unsigned int size);
+    DecodedCode(const unsigned char* code, unsigned int size, Eagerness eagerness);
     ~DecodedCode() override;
 
-    // The step at an offset, which may be at or behind the end of the code.
+    // The step at an offset that the run has come to in another way than step by step. Null
+    // if it is to go on without: behind the end of the code, for the first time, or when there
+    // are too many steps already.
     DecodedStep* At(unsigned int offset)
     {
-        DecodedStep* known = offset < m_size ? m_at[offset] : nullptr;
-        return known ? known : Decode(offset);
+        DecodedStep* known = offset < m_size ? Known(offset) : nullptr;
+        return known ? known : Enter(offset);
     }
 
 private:
+    // No page of a site comes near these. They keep the memory that a hostile one can ask for
+    // within bounds.
+    static constexpr unsigned int kMostCode = 1 << 24;
+    static constexpr int kMostSteps = 1 << 18;
+    static constexpr unsigned int kPageBytes = 256;
+
     // In front of the steps that it holds.
     struct Chunk {
         Chunk* previous;
     };
 
+    // The step of an offset within the code, null for none.
+    DecodedStep* Known(unsigned int offset) const
+    {
+        DecodedStep** page = m_pages ? m_pages[offset / kPageBytes] : nullptr;
+        DecodedStep* known = page ? page[offset % kPageBytes] : nullptr;
+        return known == &s_entered_once ? nullptr : known;
+    }
+    DecodedStep** Place(unsigned int offset);
+    DecodedStep* Enter(unsigned int offset);
     DecodedStep* Decode(unsigned int offset);
     bool IsEnd(unsigned int offset) const;
     // Takes an instruction apart.
@@ -143,12 +170,16 @@ private:
     DecodedStep* Keep(const StepRun& run);
     void AddChunk(int least);
 
+    static DecodedStep s_entered_once;  // stands for a step that has not been made
+
     const unsigned char* m_code;
     unsigned int m_size;
-    DecodedStep** m_at;              // owned; the step to begin with, by offset
-    Chunk* m_chunk = nullptr;        // the last one; owned, with those before it
-    DecodedStep* m_free = nullptr;   // room in it
-    int m_left = 0;                  // steps
+    Eagerness m_eagerness;
+    DecodedStep*** m_pages = nullptr;  // owned; for pages of the code, steps by offset
+    Chunk* m_chunk = nullptr;          // the last one; owned, with those before it
+    DecodedStep* m_free = nullptr;     // room in it
+    int m_left = 0;                    // steps that there is room for
+    int m_steps = 0;                   // all of them
 };
 
 #endif

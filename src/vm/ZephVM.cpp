@@ -11,19 +11,13 @@
 #include "variables/VariableHash.h"
 #include "vm/DecodedCode.h"
 #include "vm/Feature.h"
+#include "vm/Instruction.h"
 #include "vm/ZephVM_Frame.h"
 #include "vm/ZephVM_Stack.h"
 
 namespace {
 
 const int kNoOwner = 0;
-
-// The counter and the flags belong to the application, and its heartbeat thread
-// writes them under a mutex that the loop does not take.
-int Polled(const int* flag)
-{
-    return __atomic_load_n(flag, __ATOMIC_RELAXED);
-}
 
 }  // namespace
 
@@ -110,13 +104,36 @@ int ZephVM::Set_Segment()
     return 1;
 }
 
+// Runs instructions one by one from their bytes, as long as the run goes straight on. What
+// ends that is left to the loop.
+void ZephVM::RunOnce()
+{
+    const unsigned char* code = reinterpret_cast<const unsigned char*>(m_loaded->code());
+    int segment = m_segment;
+    ZephVM_Frame* frame = m_frame;
+    bool goes_on = true;
+    while (goes_on && static_cast<unsigned long long>(m_pc) + 1 < m_code_size) {
+        Instruction instruction(code, m_pc);
+        m_instruction_offset = m_pc;
+        m_pc = instruction.next;
+        m_a = unsigned(instruction.a);
+        m_b = unsigned(instruction.b);
+        m_double_a = instruction.double_a;
+        m_double_b = instruction.double_b;
+        Execute(instruction.word);
+        goes_on = m_pc > m_instruction_offset && m_frame == frame && m_segment == segment &&
+                  m_loaded_segment == segment && !m_halted && !*m_exit && !IsInterrupted();
+    }
+}
+
 // The loaded code as steps, made when it is first entered.
 DecodedCode* ZephVM::Decoded()
 {
     PreparedCode* prepared = m_loaded->prepared();
     if (!prepared) {
         const void* code = m_loaded->code();
-        prepared = new DecodedCode(static_cast<const unsigned char*>(code), m_code_size);
+        prepared =
+            new DecodedCode(static_cast<const unsigned char*>(code), m_code_size, m_eagerness);
         m_loaded->SetPrepared(prepared);
     }
     return static_cast<DecodedCode*>(prepared);

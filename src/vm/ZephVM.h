@@ -6,11 +6,10 @@
 #include "variables/List.h"
 #include "variables/Stack.h"
 #include "variables/StringClass.h"
+#include "vm/DecodedCode.h"
 #include "vm/TagErrorSettings.h"
 
 class CommerceLibraryManager;
-class DecodedCode;
-struct DecodedStep;
 class Dictionary;
 class ExternalCall;
 class ExternalCallManager;
@@ -165,7 +164,11 @@ private:
     // The loop.
     int Execute(unsigned int word);
     DecodedCode* Decoded();
-    bool IsInterrupted() const;
+    // Whether the loop has to look up. The counter and the flag belong to the application,
+    // and its heartbeat thread writes them under a mutex that the loop does not take.
+    bool IsInterrupted() const { return Polled(m_cancelled) || m_last_heartbeat != Polled(m_heartbeat); }
+    static int Polled(const int* flag) { return __atomic_load_n(flag, __ATOMIC_RELAXED); }
+    void RunOnce();
     int Set_Segment();
     int TimedOut();
     int EndOfSegment();
@@ -338,6 +341,8 @@ private:
     double m_double_b = 0;
 
     Segment* m_loaded = nullptr;  // whose code runs; borrowed
+    bool m_has_run = false;
+    DecodedCode::Eagerness m_eagerness = DecodedCode::kWhenRepeated;
     unsigned int m_code_size = 0;
     ZephVM_Frame* m_frame = nullptr;  // owned, with the chain below it
     ZephVM_Stack* m_stack = nullptr;  // the frame's

@@ -21,13 +21,6 @@
 
 namespace {
 
-// The counter and the flags belong to the application, and its heartbeat thread
-// writes them under a mutex that the loop does not take.
-int Polled(const int* flag)
-{
-    return __atomic_load_n(flag, __ATOMIC_RELAXED);
-}
-
 // The entries of the stack that have memory. A handler gets more, or finds none.
 struct StackMemory {
     // The most that the instructions of one step push before they take anything.
@@ -53,12 +46,6 @@ const int kTurnsBetweenLooks = 32;
 const int kUnknownFlags = -1;
 
 }  // namespace
-
-// Whether the loop has to look up: a flag that another thread sets, or a handler's.
-inline bool ZephVM::IsInterrupted() const
-{
-    return Polled(m_cancelled) || m_last_heartbeat != Polled(m_heartbeat);
-}
 
 // How most functions are called and return: arguments by value and all of them on the stack,
 // none of the flags that a function can have, nothing to log, and a frame that an earlier call
@@ -218,8 +205,15 @@ resume:
         goto resume;
     }
     segment = m_segment;
+    // The first look is not worth a table of steps: many a page just runs to its end.
+    if (!m_has_run) {
+        m_has_run = true;
+        goto once;
+    }
     code = Decoded();
     step = code->At(m_pc);
+    if (!step)
+        goto once;
 take_tables:
     operands.SetTable(DecodedStep::kGlobal, m_global_variables);
 take_frame:
@@ -236,8 +230,8 @@ call : {
     m_pc = step->next;
     if (!EnterPlainFunction(frame, step, &output_flags))
         goto done;
-    if (!step->target)
-        step->target = code->At(m_pc);
+    if (!step->target && !(step->target = code->At(m_pc)))
+        goto once;
     step = step->target;
     goto take_frame;
 }
@@ -264,7 +258,15 @@ done:
         static_cast<unsigned long long>(m_pc) + 1 >= m_code_size || IsInterrupted())
         goto resume;
     step = m_pc == step->next ? step + 1 : code->At(m_pc);
-    goto take_tables;
+    if (step)
+        goto take_tables;
+
+    // Where no steps have been made, instructions are done from their bytes.
+once:
+    RunOnce();
+    output_flags = kUnknownFlags;
+    turns = kTurnsBetweenLooks;
+    goto resume;
 
 end:
     m_pc = step->offset;
@@ -272,8 +274,11 @@ end:
     goto resume;
 
 link:
-    if (!step->target)
-        step->target = code->At(step->next);
+    if (!step->target && !(step->target = code->At(step->next))) {
+        m_pc = step->next;
+        m_stack->m_top = top;
+        goto once;
+    }
     ZEPH_DO(step->target);
 
 jump:
@@ -285,8 +290,12 @@ jump:
             goto resume;
         }
     }
-    if (!step->target)
-        step->target = code->At(step->next + unsigned(step->result));
+    if (!step->target) {
+        m_pc = step->next + unsigned(step->result);
+        m_stack->m_top = top;
+        if (!(step->target = code->At(m_pc)))
+            goto once;
+    }
     ZEPH_DO(step->target);
 
 jump_if:

@@ -54,6 +54,12 @@ public:
         vm->m_segment = segment;
         vm->m_pc = unsigned(offset);
     }
+    // When the machine makes steps of its code, from its start on.
+    static void SetEagerness(ZephVM* vm, DecodedCode::Eagerness eagerness)
+    {
+        vm->m_eagerness = eagerness;
+        vm->m_has_run = true;
+    }
     static int segment(ZephVM* vm) { return vm->m_segment; }
     static unsigned int pc(ZephVM* vm) { return vm->m_pc; }
     static unsigned int operand(ZephVM* vm) { return vm->m_a; }
