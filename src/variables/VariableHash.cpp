@@ -75,10 +75,10 @@ void VariableHash::Dump()
 
 // Releases the variable of a slot. One that is wanted again and lives on elsewhere, as the
 // value of a call may do, leaves another one of its name.
-void VariableHash::Renew(int slot, int kept)
+void VariableHash::Renew(_VH_Entry* entry, bool is_kept)
 {
-    Variable* variable = m_entries[slot].variable;
-    m_entries[slot].variable = slot < kept ? DirectValue::NewLike(variable) : nullptr;
+    Variable* variable = entry->variable;
+    entry->variable = is_kept ? DirectValue::NewLike(variable) : nullptr;
     DirectValue::DropCount(variable);
 }
 

@@ -132,10 +132,10 @@ public:
     // them anew.
     void Recycle(int kept)
     {
-        for (int slot = 0; slot < m_count; ++slot) {
-            Variable* variable = m_entries[slot].variable;
-            if (variable && !(slot < kept && DirectValue::IsReusable(variable)))
-                Renew(slot, kept);
+        _VH_Entry* behind = m_entries + m_count;
+        for (_VH_Entry* entry = m_entries; entry < behind; ++entry, --kept) {
+            if (entry->variable && !(kept > 0 && DirectValue::IsReusable(entry->variable)))
+                Renew(entry, kept > 0);
         }
     }
     // The variable of a slot, if this very table holds one; inline for the machine's loop.
@@ -177,7 +177,7 @@ protected:
     bool m_is_system = false;
 
 private:
-    void Renew(int slot, int kept);
+    static void Renew(_VH_Entry* entry, bool is_kept);
     void CopySlots(const VariableHash& source, bool keeps_versions);
     void Grow();
 

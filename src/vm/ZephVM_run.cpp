@@ -68,7 +68,7 @@ inline void ZephVM::SetOutputFlags(int flags, int* known)
     *known = flags;
 }
 
-// False when an argument was no number: the registers then say where to go on.
+// False when there is more to do than to pass numbers: the registers then say where to go on.
 inline bool ZephVM::EnterPlainFunction(ZephVM_FunctionFrame* frame, DecodedStep* call,
                                        int* output_flags)
 {
@@ -81,13 +81,21 @@ inline bool ZephVM::EnterPlainFunction(ZephVM_FunctionFrame* frame, DecodedStep*
     frame->previous = m_frame;
     SetOutputFlags(0, output_flags);
     int left = frame->plain_parameters();
-    while (left > 0 && m_stack->PopNumber(frame->locals()->Get(left - 1)))
+    const _VH_Entry* locals = frame->locals()->entries();
+    Stack_Entry* top = m_stack->m_top;
+    while (left > 0 && locals[left - 1].variable && TakeNumber(locals[left - 1].variable, top[-1])) {
         --left;
-    if (left > 0)
+        --top;
+    }
+    m_stack->m_top = top;
+    if (left > 0) {
+        m_instruction_offset = call->offset;
+        m_pc = call->next;
         PassPlainParameters(left, frame->locals());
+        m_pc = unsigned(frame->function()->offset());
+    }
     m_frame = frame;
     m_stack = frame->stack();
-    m_pc = unsigned(frame->function()->offset());
     return left == 0;
 }
 
@@ -226,12 +234,13 @@ call : {
     ZephVM_FunctionFrame* frame = FrameForPlainCall(step->a, top - stack.base);
     ZEPH_UNLESS(frame && frame->function()->segment() == segment && --turns >= 0);
     m_stack->m_top = top;
-    m_instruction_offset = step->offset;
-    m_pc = step->next;
     if (!EnterPlainFunction(frame, step, &output_flags))
         goto done;
-    if (!step->target && !(step->target = code->At(m_pc)))
-        goto once;
+    if (!step->target) {
+        m_pc = unsigned(frame->function()->offset());
+        if (!(step->target = code->At(m_pc)))
+            goto once;
+    }
     step = step->target;
     goto take_frame;
 }
