@@ -77,8 +77,12 @@ void VariableHash::Recycle(int kept)
 {
     for (int slot = 0; slot < m_count; ++slot) {
         Variable* variable = m_entries[slot].variable;
-        if (!variable || (slot < kept && DirectValue::IsReusable(variable)))
+        if (!variable)
             continue;
+        if (slot < kept && DirectValue::IsReusable(variable)) {
+            variable->Forget();
+            continue;
+        }
         m_entries[slot].variable = nullptr;
         DirectValue::DropCount(variable);
     }

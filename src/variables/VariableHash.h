@@ -127,8 +127,7 @@ public:
     // Releases all variables and keeps the slots.
     void Dump();
     // Releases the variables, but in the slots below `kept` leaves those that are plain
-    // scalars and nobody else's, with whatever value they have, for a caller that sets
-    // them anew.
+    // scalars and nobody else's, made NULL, for a caller that sets them anew.
     void Recycle(int kept);
     // The variable of a slot, if this very table holds one; inline for the machine's loop.
     Variable* Made(int slot) const
