@@ -81,8 +81,8 @@ Function* FunctionManager::Function_Get(const char* name, int length)
 {
     if (length < 0)
         length = int(strlen(name));
-    int index = FindName(m_chains, m_count, name, length,
-                         [this](int candidate, int* size) { return Name(candidate, size); });
+    int index = FindNameInOrder(m_chains, m_count, name, length,
+                                [this](int candidate, int* size) { return Name(candidate, size); });
     return Index(index);
 }
 

@@ -65,8 +65,7 @@ bool VariableHash::Read(TaggedFile* file)
     m_entries = entries;
     m_capacity = m_count = header.count;
     m_block = 0;  // the first block was the file's
-    m_chains->Release();
-    m_chains = new HashChains(header.bits);
+    m_chains = m_chains->Unshared();
     m_chains->Swap(chains);
     return true;
 }

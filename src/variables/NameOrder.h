@@ -14,7 +14,7 @@ inline unsigned int NameHash(const char* name, int length)
     return hashi(reinterpret_cast<const unsigned char*>(name), unsigned(length), 0);
 }
 
-// Both take `text(slot, &size)`, which gives the name of a slot, null for none.
+// All take `text(slot, &size)`, which gives the name of a slot, null for none.
 
 // The slot of a name, -1 for none, among the first `slots`. Only a longer name
 // ends the search. The order among equal lengths is not relied on, so that a table
@@ -29,6 +29,25 @@ int FindName(const HashChains& chains, int slots, const char* name, int length, 
         const char* other = text(candidate, &size);
         is_found = other && size == length && memcmpi(other, name, length) == 0;
         return is_found || (other && size > length);
+    });
+    return is_found ? slot : -1;
+}
+
+// The same where the order is relied on: a name of equal length that stands behind the wanted
+// one ends the search as well.
+template <class Text>
+int FindNameInOrder(const HashChains& chains, int slots, const char* name, int length, Text text)
+{
+    bool is_found = false;
+    unsigned int bucket = chains.Bucket(NameHash(name, length));
+    int slot = chains.Walk(bucket, slots, nullptr, [&](int candidate) {
+        int size;
+        const char* other = text(candidate, &size);
+        if (!other || size != length)
+            return other && size > length;
+        int order = memcmpi(other, name, length);
+        is_found = order == 0;
+        return order >= 0;
     });
     return is_found ? slot : -1;
 }

@@ -182,6 +182,18 @@ public:
     // Toward zero; the least integer for what none can hold.
     static int Truncated(double value);
 
+    // What value() gives, where it need not be made; else null.
+    const String* TextAtHand() const
+    {
+        return m_valid & kTextValid && !m_elements ? &m_value : nullptr;
+    }
+    // Makes a scalar of the class itself NULL; its storage stays for the next text.
+    void Forget()
+    {
+        m_valid = 0;
+        m_primary = kNone;
+    }
+
     // The bytes of the name, as name() but without making a String of them.
     const char* NameBytes(int* length) const { return m_name.bytes(length); }
     // Whether it is of the class ImmutableVariable.

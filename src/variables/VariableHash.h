@@ -128,13 +128,16 @@ public:
     // Releases all variables and keeps the slots.
     void Dump();
     // Releases the variables, but in the slots below `kept` leaves those that are plain
-    // scalars and nobody else's, with whatever value they have, for a caller that sets
-    // them anew.
+    // scalars and nobody else's, made NULL, for a caller that sets them anew.
     void Recycle(int kept)
     {
         _VH_Entry* behind = m_entries + m_count;
         for (_VH_Entry* entry = m_entries; entry < behind; ++entry, --kept) {
-            if (entry->variable && !(kept > 0 && DirectValue::IsReusable(entry->variable)))
+            if (!entry->variable)
+                continue;
+            if (kept > 0 && DirectValue::IsReusable(entry->variable))
+                entry->variable->Forget();
+            else
                 Renew(entry, kept > 0);
         }
     }

@@ -199,7 +199,7 @@ private:
     // Runs nested in an instruction.
     struct Registers {
         int segment;
-        unsigned int pc, a, b;
+        unsigned int pc, instruction_offset, a, b;
         double double_a, double_b;
     };
     Registers SaveRegisters() const;

@@ -2,11 +2,11 @@
 #define ZEPH_VM_ZEPHVM_FRAME_H
 
 #include "variables/VariableHash.h"
+#include "vm/ZephVM_Stack.h"
 
 class Function;
 struct DecodedStep;
 class ZephVM;
-class ZephVM_Stack;
 
 // The record of one running call: where it returns to, whose variables are its
 // locals, which operand stack it uses and how its output and errors are treated.
@@ -63,13 +63,30 @@ public:
     // Whether the call has not added names to its locals.
     bool HasItsLocals() { return locals()->slots() == m_slots; }
 
+    // Puts the frame, whose call has ended, in front of those that wait for the next calls of
+    // the function; `*first` is the first of them. False, with nothing done, when it is to be
+    // deleted: recursion has left enough, or the stack has grown beyond what most calls need.
+    bool JoinSpares(ZephVM_FunctionFrame** first)
+    {
+        int count = *first ? (*first)->m_spares + 1 : 1;
+        if (count > kMostSpares || stack()->HasGrown())
+            return false;
+        m_spares = count;
+        previous = *first;
+        *first = this;
+        return true;
+    }
+
     // Behind the call; null when it has not been made by the loop itself.
     DecodedStep* next_step = nullptr;
+
+    static const int kMostSpares = 256;
 
 private:
     Function* m_function;  // borrowed
     int m_plain_parameters;
     int m_slots;
+    int m_spares = 0;  // how many wait from this one on
 };
 
 // A filter that a tag runs over a record. It shares the stack and the locals of the frame

@@ -4,6 +4,7 @@
 
 #include <string.h>
 
+#include <initializer_list>
 #include <utility>
 
 #include "primitives/conversions.h"
@@ -160,6 +161,38 @@ inline bool ZephVM_Stack::Take(Stack_Entry* entry)
     }
     *entry = *--m_top;
     return true;
+}
+
+void ZephVM_Stack::TakeMissing(Stack_Entry* left, Stack_Entry* right)
+{
+    for (Stack_Entry* entry : {right, left}) {
+        if (Take(entry))
+            continue;
+        entry->kind = Stack_Entry::kString;
+        entry->owned = 0;
+        entry->string = "";
+        entry->length = entry->capacity = 0;
+    }
+}
+
+// A text or a buffer has to be looked for; a borrowed variable gets a count of its own where
+// it goes.
+void ZephVM_Stack::DetachTop()
+{
+    Stack_Entry* top = Peek();
+    if (!top || top->owned)
+        return;
+    for (Stack_Entry* entry = m_entries; entry < top; ++entry) {
+        if (!entry->owned || entry->kind != top->kind)
+            continue;
+        bool is_text = top->kind == Stack_Entry::kString && top->string == entry->string;
+        bool is_buffer = top->kind == Stack_Entry::kLinkBuffer && top->buffer == entry->buffer;
+        if (is_text || is_buffer) {
+            top->owned = 1;
+            entry->owned = 0;
+            return;
+        }
+    }
 }
 
 void ZephVM_Stack::Release(const Stack_Entry& entry)

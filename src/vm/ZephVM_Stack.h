@@ -134,6 +134,32 @@ public:
     void Swap(int a, int b);
     // Pushes a copy of the top that owns nothing: valid while the original lives.
     void Dupe();
+    // Lets the top outlive the entries below it: a copy of one of them takes over what that
+    // one owns.
+    void DetachTop();
+    // Takes both operands of an instruction off. One that is missing is a fatal error and
+    // becomes an empty text.
+    void TakeOperands(Stack_Entry* left, Stack_Entry* right)
+    {
+        if (Entries() < 2)
+            return TakeMissing(left, right);
+        *right = *Peek();
+        *left = Peek()[-1];
+        m_top -= 2;
+    }
+    // Puts an integer in the place of both, of which the caller has copies.
+    void ReplaceOperands(int result)
+    {
+        --m_top;
+        Stack_Entry* top = Peek();
+        top->kind = Stack_Entry::kInteger;
+        top->owned = 0;
+        top->integer = result;
+    }
+    // Gives back what an entry that was taken off owns.
+    static void Release(const Stack_Entry& entry);
+    // Whether it has taken much more memory than most calls need.
+    bool HasGrown() const { return m_limit - m_entries > kUsualEntries; }
     // Take two entries off, the lower one being the left one. Compare gives -1, 0 or 1:
     // as numbers if both are, NaN being greater than anything on either side; else as
     // bytes. Concatenate pushes one text: flat while both are borrowed, else a link
@@ -162,10 +188,12 @@ private:
             DirectValue::DropCount(entry.variable);
         return true;
     }
+    static const int kUsualEntries = 64;
+
+    void TakeMissing(Stack_Entry* left, Stack_Entry* right);
     Stack_Entry* Room();
     bool Grow();
     bool Take(Stack_Entry* entry);
-    static void Release(const Stack_Entry& entry);
 
     ZephVM* m_vm;                      // borrowed
     Stack_Entry* m_entries = nullptr;  // owned; null until the first push

@@ -79,10 +79,10 @@ ZephVM_FunctionFrame* ZephVM::SpareFrame(Function* function)
 ZephVM_FunctionFrame** ZephVM::SpareFrames(Function* function)
 {
     int index = function->index();
-    if (index < m_spare_count)
-        return m_functions->Index(index) == function ? &m_spare_frames[index] : nullptr;
     if (!m_functions || m_functions->Index(index) != function)
         return nullptr;
+    if (index < m_spare_count)
+        return &m_spare_frames[index];
     int count = m_functions->count();
     m_spare_frames = static_cast<ZephVM_FunctionFrame**>(
         GrownMemory(m_spare_frames, size_t(count), sizeof *m_spare_frames));
@@ -93,18 +93,19 @@ ZephVM_FunctionFrame** ZephVM::SpareFrames(Function* function)
 }
 
 // Keeps a frame whose call has ended for the next one. Its locals go first, as they would
-// with the frame. A call that has added names to its locals leaves nothing.
+// with the frame, and what ends may run script, which may move the table of frames. A call
+// that has added names to its locals leaves nothing, nor does any while a tag is open: a tag
+// knows its call by the frame, which must not be that of a later one.
 bool ZephVM::KeepFrame(ZephVM_FunctionFrame* frame)
 {
     Function* function = frame->function();
-    ZephVM_FunctionFrame** spare = SpareFrames(function);
-    if (!spare || !frame->HasItsLocals() || m_trace_mask)
+    if (m_trace_mask || m_features.Entries() > 0 || !frame->HasItsLocals() ||
+        !SpareFrames(function))
         return false;
     frame->locals()->Recycle(function->PlainParameters());
     frame->stack()->Clear();
-    frame->previous = *spare;
-    *spare = frame;
-    return true;
+    ZephVM_FunctionFrame** first = SpareFrames(function);
+    return m_features.Entries() == 0 && first && frame->JoinSpares(first);
 }
 
 void ZephVM::DeleteSpareFrames()
@@ -301,6 +302,7 @@ int ZephVM::Return(bool with_value)
     m_segment = m_frame->return_segment;
     m_pc = unsigned(m_frame->return_offset);
     if (with_value) {
+        m_stack->DetachTop();
         if (!m_frame->previous->stack()->TakeTop(m_stack))
             m_frame->previous->stack()->Push(m_stack, 1);
         if (!m_halted && Logs(kLogFunctionReturnValue))

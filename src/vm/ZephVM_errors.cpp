@@ -1,5 +1,7 @@
 // What goes wrong in a running script: the texts, who is told, and whether it goes on.
 
+#include <utility>
+
 #include "app/LogParameter.h"
 #include "app/ZephApplication.h"
 #include "primitives/conversions.h"
@@ -68,14 +70,17 @@ int ZephVM::RuntimeError(int tag, const String& message)
     String text = Position("Runtime error in ");
     if (IsRow(tag))
         text = text + row.tag_name + ": ";
-    m_error = text + message + "\n";
+    text = text + message + "\n";
+    std::swap(m_error, text);
+    // The last error itself may be told again; it is in the other text now.
+    const String& bare = &message == &m_error ? text : message;
     m_halted = (row.setting & TagErrorSetting::kFatal) != 0;
     bool shown = row.setting & TagErrorSetting::kDisplay && m_frame->error_output & kShowsErrors;
     m_application->Notify_RuntimeError(tag, m_error, shown);
     if (row.error_variable)
-        m_global_variables->SetVariable(row.error_variable, -1, message.data(), message.length());
+        m_global_variables->SetVariable(row.error_variable, -1, bare.data(), bare.length());
     if (Logs(kLogRuntimeError))
-        LogEvent(kLogRuntimeError, {LogParameter(row.tag_name ? row.tag_name : "", -1), message});
+        LogEvent(kLogRuntimeError, {LogParameter(row.tag_name ? row.tag_name : "", -1), bare});
     return 0;
 }
 

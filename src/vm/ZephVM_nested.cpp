@@ -29,16 +29,18 @@ const int kNoAnswer = -1;
 
 }  // namespace
 
-// Where the code goes on, and the operands of the instruction that nests.
+// Where the code goes on, and the instruction that nests: its place, which an error of it
+// shows, and its operands.
 ZephVM::Registers ZephVM::SaveRegisters() const
 {
-    return {m_segment, m_pc, m_a, m_b, m_double_a, m_double_b};
+    return {m_segment, m_pc, m_instruction_offset, m_a, m_b, m_double_a, m_double_b};
 }
 
 void ZephVM::RestoreRegisters(const Registers& saved)
 {
     m_segment = saved.segment;
     m_pc = saved.pc;
+    m_instruction_offset = saved.instruction_offset;
     m_a = saved.a;
     m_b = saved.b;
     m_double_a = saved.double_a;

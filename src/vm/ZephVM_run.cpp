@@ -119,11 +119,11 @@ inline DecodedStep* ZephVM::LeavePlainFunction(const Stack_Entry& value, int* ou
     Move(value, m_stack->m_top++);
     frame->stack()->m_top = frame->stack()->m_entries;
     frame->locals()->Recycle(frame->plain_parameters());
-    int index = frame->function()->index();
-    frame->previous = m_spare_frames[index];
-    m_spare_frames[index] = frame;
+    DecodedStep* next = frame->next_step;
+    if (!frame->JoinSpares(&m_spare_frames[frame->function()->index()]))
+        delete frame;
     SetOutputFlags(m_frame->standard_output, output_flags);
-    return frame->next_step;
+    return next;
 }
 
 // The flags are read wherever a run may go on without end: at jumps backward, at calls and

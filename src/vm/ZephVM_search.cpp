@@ -3,8 +3,9 @@
 
 #include "app/ZephApplication.h"
 #include "primitives/string_search.h"
+#include "variables/DirectValue.h"
+#include "vm/TakenTexts.h"
 #include "vm/ZephVM.h"
-#include "vm/ZephVM_Stack.h"
 
 namespace {
 
@@ -14,49 +15,64 @@ const int kOwned = 1;
 // that Boyer-Moore makes.
 const int kLongestForBruteForce = 299;
 
+// What most entries own, a count of a variable, is given back without a virtual call.
+inline void Release(const Stack_Entry& entry)
+{
+    if (!entry.owned)
+        return;
+    if (entry.kind == Stack_Entry::kVariable)
+        DirectValue::DropCount(entry.variable);
+    else
+        ZephVM_Stack::Release(entry);
+}
+
 enum Case {
     kExactCase,
     kAnyCase
 };
 
-// The needle is the left operand; both texts are taken.
-struct Search {
-    explicit Search(ZephVM_Stack* stack) : haystack(stack), needle(stack) {}
-    // 0-based, or -1.
-    int Position(Case letter_case) const;
-
-    PoppedText haystack;
-    PoppedText needle;
-};
-
-int Search::Position(Case letter_case) const
-{
-    bool is_long = haystack.length() > kLongestForBruteForce;
-    auto exact = is_long ? bm_search : bf_search;
-    auto any_case = is_long ? bm_searchi : bf_searchi;
-    auto search = letter_case == kExactCase ? exact : any_case;
-    return search(needle.data(), needle.length(), haystack.data(), haystack.length());
-}
-
 // Where the needle begins, from 1, or 0 for nowhere.
-int PushStart(ZephVM* vm, ZephVM_Stack* stack, Case letter_case)
-{
-    Search search(stack);
-    if (vm->halted())
-        return 0;
-    stack->PushI(search.Position(letter_case) + 1);
-    return 1;
-}
+struct Start {
+    static int Of(int position, int) { return position + 1; }
+};
 
 // Where the needle ends, from 1, or 0 for nowhere: an empty needle ends before the first
 // byte.
-int PushEnd(ZephVM* vm, ZephVM_Stack* stack, Case letter_case)
+struct End {
+    static int Of(int position, int length) { return position < 0 ? 0 : position + length; }
+};
+
+template <class Answer, Case LetterCase>
+int Found(const char* needle, int length, const char* haystack, int haystack_length)
 {
-    Search search(stack);
+    bool is_long = haystack_length > kLongestForBruteForce;
+    auto exact = is_long ? bm_search : bf_search;
+    auto any_case = is_long ? bm_searchi : bf_searchi;
+    auto search = LetterCase == kExactCase ? exact : any_case;
+    return Answer::Of(search(needle, length, haystack, haystack_length), length);
+}
+
+// The left operand is the needle. Where both have their text at hand, it is searched on the
+// stack, and what they own is given back when the answer is in their place.
+template <class Answer, Case LetterCase>
+int PushAnswer(ZephVM* vm, ZephVM_Stack* stack)
+{
+    TextAtHand needle, haystack;
+    Stack_Entry* right = stack->Peek();
+    if (stack->Entries() >= 2 && haystack.Find(right[0]) && needle.Find(right[-1])) {
+        int answer =
+            Found<Answer, LetterCase>(needle.text, needle.length, haystack.text, haystack.length);
+        Stack_Entry right_entry = right[0], left_entry = right[-1];
+        stack->ReplaceOperands(answer);
+        Release(right_entry);
+        Release(left_entry);
+        return 1;
+    }
+    TakenTexts texts(stack);
     if (vm->halted())
         return 0;
-    int position = search.Position(letter_case);
-    stack->PushI(position < 0 ? 0 : position + search.needle.length());
+    stack->PushI(Found<Answer, LetterCase>(texts.left(), texts.left_length(), texts.right(),
+                                           texts.right_length()));
     return 1;
 }
 
@@ -69,49 +85,48 @@ char RandomSaltCharacter()
     return kSaltCharacters[rand() % 63];
 }
 
-void ChooseSalt(const PoppedText& wish, char* salt)
+void ChooseSalt(const char* wish, int length, char* salt)
 {
-    if (wish.length() == 0) {
+    if (length == 0) {
         salt[0] = RandomSaltCharacter();
         salt[1] = RandomSaltCharacter();
         return;
     }
-    salt[0] = wish.data()[0];
-    salt[1] = wish.data()[wish.length() == 1 ? 0 : 1];
+    salt[0] = wish[0];
+    salt[1] = wish[length == 1 ? 0 : 1];
 }
 
 }  // namespace
 
 int ZephVM::in()
 {
-    return PushStart(this, m_stack, kExactCase);
+    return PushAnswer<Start, kExactCase>(this, m_stack);
 }
 
 int ZephVM::cin()
 {
-    return PushStart(this, m_stack, kAnyCase);
+    return PushAnswer<Start, kAnyCase>(this, m_stack);
 }
 
 int ZephVM::ein()
 {
-    return PushEnd(this, m_stack, kExactCase);
+    return PushAnswer<End, kExactCase>(this, m_stack);
 }
 
 int ZephVM::ecin()
 {
-    return PushEnd(this, m_stack, kAnyCase);
+    return PushAnswer<End, kAnyCase>(this, m_stack);
 }
 
 int ZephVM::crypt()
 {
-    PoppedText wish(m_stack);
-    PoppedText text(m_stack);
+    TakenTexts texts(m_stack);
     if (m_halted)
         return 0;
     char salt[2];
-    ChooseSalt(wish, salt);
+    ChooseSalt(texts.right(), texts.right_length(), salt);
     int length, capacity;
-    char* hash = m_application->Crypt(text.data(), text.length(), salt, &length, &capacity);
+    char* hash = m_application->Crypt(texts.left(), texts.left_length(), salt, &length, &capacity);
     m_stack->PushS(hash, length, capacity, kOwned);
     return 1;
 }

@@ -110,14 +110,17 @@ TEST_F(FunctionManagerTest, LongerNameEndsTheSearch)
     EXPECT_EQ(m_functions.Index(1)->name_index(), 0);
 }
 
-TEST_F(FunctionManagerTest, OrderOfEqualLengthsIsNotReliedOn)
+TEST_F(FunctionManagerTest, LaterNameOfEqualLengthEndsTheSearch)
 {
     AddNames();
+    // A chain in the wrong order: "x" in front of "f".
     std::string body = Header(1, 0, 2) + Word(0) + Dword(0) + Dwords({1, -1}) +
                        Dwords({1, 0, 0, 0, 0}) + kNoLocals + Dwords({0, 0, 0, 0, 0}) + kNoLocals;
     ASSERT_EQ(ReadError(body), "");
     EXPECT_EQ(Get("x"), 0);
-    EXPECT_EQ(Get("f"), 1);
+    EXPECT_EQ(Get("X"), 0);
+    EXPECT_EQ(Get("f"), -1);
+    EXPECT_EQ(Get("y"), -1);
 }
 
 TEST_F(FunctionManagerTest, ExternalDeclarationHasNoCode)

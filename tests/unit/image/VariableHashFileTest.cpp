@@ -1,7 +1,38 @@
+#include <stdlib.h>
+
+#include <new>
+
 #include "TestImage.h"
 #include "image/Dictionary.h"
 #include "variables/SystemVariableHash.h"
 #include "variables/VariableHash.h"
+
+namespace {
+
+int s_chains;
+
+}  // namespace
+
+// Counts the chains that this program makes on the heap. Out of line, since the compiler warns
+// of free() where it sees the one without the other.
+[[gnu::noinline]] void* operator new(size_t size)
+{
+    s_chains += size == sizeof(HashChains);
+    void* memory = malloc(size);
+    if (!memory)
+        abort();
+    return memory;
+}
+
+[[gnu::noinline]] void operator delete(void* memory) noexcept
+{
+    free(memory);
+}
+
+[[gnu::noinline]] void operator delete(void* memory, size_t) noexcept
+{
+    free(memory);
+}
 
 namespace {
 
@@ -253,6 +284,28 @@ TEST_F(VariableHashFileTest, BucketThatTheFileCannotNumberIsNotWritten)
     ASSERT_TRUE(m_file.Create(Path().c_str(), nullptr, 0));
     EXPECT_FALSE(wide.Write(&m_file, TagOf("glbl")));
     EXPECT_STREQ(wide.error().data(), "variable_hash_bucket.index out of range");
+}
+
+TEST_F(VariableHashFileTest, ReadUsesTheChainsThatTheTableHas)
+{
+    ASSERT_TRUE(Open(TestImage().Add("glbl", GoodTable())));
+    s_chains = 0;
+    VariableHash table(&m_dictionary, 0, 8);
+    EXPECT_EQ(s_chains, 1);
+    ASSERT_TRUE(table.Read(&m_file, TagOf("glbl")));
+    EXPECT_EQ(s_chains, 1);
+    EXPECT_EQ(table.Seek(-1, "CCC", -1, nullptr), 2);
+}
+
+TEST_F(VariableHashFileTest, ReadLeavesTheChainsThatACopyShares)
+{
+    m_table.Insert("before", -1);
+    VariableHash copy(m_table);
+    ASSERT_EQ(ReadError(GoodTable()), "");
+    EXPECT_EQ(Seek("before"), -1);
+    EXPECT_EQ(Seek("aa"), 3);
+    EXPECT_EQ(copy.Seek(-1, "before", -1, nullptr), 0);
+    EXPECT_EQ(copy.Seek(-1, "aa", -1, nullptr), -1);
 }
 
 }  // namespace

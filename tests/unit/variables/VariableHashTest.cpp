@@ -390,4 +390,42 @@ TEST(VariableHash, VirtualFunctionsStandInTheirOrder)
         EXPECT_EQ(place, expected++);
 }
 
+TEST(VariableHash, RecyclingKeepsPlainScalarsOfTheFirstSlotsAsNull)
+{
+    Names names;
+    VariableHash hash(&names, 4, 8);
+    for (const char* name : {"text", "integer", "double", "array", "shared", "behind"})
+        hash.Insert(name, -1);
+    Variable* kept[3];
+    for (int slot = 0; slot < 3; ++slot)
+        kept[slot] = hash.Index(slot, 1);
+    kept[0]->SetValue("text", -1);
+    kept[1]->SetValue_Integer(7);
+    kept[2]->SetValue_Double(0.5);
+    hash.Index(3, 1)->Element(AggregateIndex(1), 1);
+    Variable* shared = hash.Index(4, 1);
+    shared->SetValue("shared", -1);
+    shared->IncRefCount();
+    hash.Index(5, 1);
+    hash.Recycle(5);
+    for (int slot = 0; slot < 3; ++slot) {
+        SCOPED_TRACE(slot);
+        ASSERT_EQ(hash.Index(slot, 0), kept[slot]);
+        EXPECT_TRUE(kept[slot]->IsNULL());
+        EXPECT_EQ(kept[slot]->primary_type(), Variable::kNone);
+        EXPECT_STREQ(kept[slot]->value().data(), "");
+        EXPECT_EQ(kept[slot]->value_integer(), 0);
+    }
+    for (int slot : {3, 5})
+        EXPECT_EQ(hash.Index(slot, 0), nullptr);
+    // One that lives on elsewhere leaves another one of its name.
+    ASSERT_NE(hash.Index(4, 0), nullptr);
+    EXPECT_NE(hash.Index(4, 0), shared);
+    EXPECT_STREQ(hash.Index(4, 0)->name().data(), "shared");
+    EXPECT_TRUE(hash.Index(4, 0)->IsNULL());
+    EXPECT_STREQ(shared->value().data(), "shared");
+    EXPECT_EQ(shared->refcount(), 1);
+    shared->DecRefCount();
+}
+
 }  // namespace

@@ -63,7 +63,18 @@ public:
     static int segment(ZephVM* vm) { return vm->m_segment; }
     static unsigned int pc(ZephVM* vm) { return vm->m_pc; }
     static unsigned int operand(ZephVM* vm) { return vm->m_a; }
+    static unsigned int second_operand(ZephVM* vm) { return vm->m_b; }
+    static double double_operand(ZephVM* vm) { return vm->m_double_a; }
     static int refcount(ZephVM* vm) { return vm->m_refcount; }
+    // The frames of ended calls that wait for the next calls of a function.
+    static int spares(ZephVM* vm, int function)
+    {
+        int count = 0;
+        ZephVM_Frame* frame = function < vm->m_spare_count ? vm->m_spare_frames[function] : nullptr;
+        for (; frame; frame = frame->previous)
+            ++count;
+        return count;
+    }
 };
 
 // A machine with functions: each stands in a segment of its own.

@@ -2,6 +2,7 @@
 #include "CalledMachine.h"
 #include "app/LogParameter.h"
 #include "variables/ReferenceVariable.h"
+#include "vm/Feature.h"
 
 namespace {
 
@@ -379,6 +380,212 @@ TEST_F(CallsTest, EventsOutsideTheMaskAreNotLogged)
     LogLevel(kLogFunctionReturn);
     EXPECT_EQ(Run(PushText("value") + Op(kCall, f)), 1);
     EXPECT_EQ(application.log, (std::vector<std::string>{"Function Return|/www/x.zpc||0|f"}));
+}
+
+TEST_F(CallsTest, ArgumentThatIsMissingIsLoggedAsNullWhateverTheLastOneWas)
+{
+    int f = Script("f", "a,b", Op(kRetN));
+    LogLevel(kLogFunctionParameter);
+    std::string first = PushText("first") + PushText("second") + Op(kCall, f) + Op(kPop);
+    EXPECT_EQ(Run(first + PushText("only") + Op(kCall, f)), 0);
+    EXPECT_EQ(application.log, (std::vector<std::string>{
+                                   "Function Parameter|/www/x.zpc||0|f|b|variable second",
+                                   "Function Parameter|/www/x.zpc||0|f|a|variable first",
+                                   "Function Parameter|/www/x.zpc||0|f|b|variable only",
+                                   "Function Parameter|/www/x.zpc||0|f|a|variable ",
+                               }));
+}
+
+TEST_F(CallsTest, ArgumentHasTheFormOfItsOwnCallAlone)
+{
+    // What the first call left in the parameter must not show beside an array.
+    Global(0)->Element(AggregateIndex(1), 1)->SetValue("element", -1);
+    for (const std::string& former : {PushText("text"), Op(kPushI, 7), OpDouble(kPushF, 0.5)}) {
+        application.recorded.text.clear();
+        int f = Script("f", "a",
+                       Op(kPushL, 0) + Op(kOut) + Op(kIncG, 1, -1) + Op(kPushG, 1) + Op(kJmpEq, 2) +
+                           Op(kRetN) + Op(0xFFFF));
+        Global(1)->SetValue_Integer(2);
+        EXPECT_EQ(Run(former + Op(kCall, f) + Op(kPop) + Op(kPushG, 0) + Op(kCall, f)), 0);
+        ASSERT_TRUE(in_function());
+        Variable* parameter = vm()->frame()->locals()->Index(0, 0);
+        EXPECT_EQ(parameter->aggregatetype(), kAggregateArray);
+        EXPECT_EQ(parameter->primary_type(), Variable::kNone);
+        EXPECT_STREQ(parameter->value().data(), "element");
+    }
+}
+
+TEST_F(CallsTest, ArgumentsOfEveryKindFollowOneAnother)
+{
+    int f = Script("f", "a", Op(kPushL, 0) + Op(kOut) + Op(kRetN));
+    Global(0)->Element(AggregateIndex(1), 1)->SetValue("1", -1);
+    Global(0)->Element(AggregateIndex(2), 1)->SetValue("2", -1);
+    Global(1)->SetValue("text", -1);
+    std::string code;
+    for (const std::string& argument :
+         {Op(kPushG, 0), Op(kPushI, 3), Op(kPushG, 0), PushText("four"), Op(kPushG, 1),
+          Op(kPushG, 2), OpDouble(kPushF, 0.5), Op(kPushG, 2), Op(kPushG, 1)})
+        code += argument + Op(kCall, f) + Op(kPop) + PushText(" ") + Op(kOut);
+    EXPECT_EQ(Run(code), 1);
+    EXPECT_EQ(written(), "1,2 3 1,2 four text  0.5  text ");
+}
+
+TEST_F(CallsTest, ParameterThatWasMadeAReferenceIsANewOneInTheNextCall)
+{
+    int f = Script("f", "a",
+                   Op(kPushL, 0) + Op(kOut) + PushText("changed") + Op(kPopL, 0) + Op(kPushL, 0) +
+                       Op(kPushG, 0) + Op(kRefer) + Op(kRetN));
+    Global(0)->SetValue("kept", -1);
+    std::string call = Op(kCall, f) + Op(kPop);
+    EXPECT_EQ(Run(PushText("1") + call + PushText("2") + call + PushText("3") + call), 1);
+    EXPECT_EQ(written(), "123");
+    EXPECT_EQ(GlobalText(0), "kept");
+    EXPECT_EQ(Global(0)->refcount(), 1);
+}
+
+TEST_F(CallsTest, NameThatACallAddsToItsLocalsIsNotThereInTheNext)
+{
+    int extra = Text("l.extra");
+    int f = Script("f", "a",
+                   Op(kPushNC, extra) + Op(kOut) + PushText("added") + Op(kPopNC, extra) +
+                       Op(kPushNC, extra) + Op(kOut) + Op(kRetN));
+    std::string call = PushText("a") + Op(kCall, f) + Op(kPop);
+    EXPECT_EQ(Run(call + call), 1);
+    EXPECT_EQ(written(), "addedadded");
+    EXPECT_EQ(MachineInnards::spares(vm(), f), 0);
+}
+
+TEST_F(CallsTest, CallByIndexReachesEitherOfTwoFunctionsOfOneName)
+{
+    int first = Script("twice", "", PushText("first") + Op(kRet));
+    int second = Script("TWICE", "", PushText("second") + Op(kRet));
+    std::string both = Op(kCall, second) + Op(kOut) + Op(kCall, first) + Op(kOut);
+    EXPECT_EQ(Run(both + both), 1);
+    EXPECT_EQ(written(), "secondfirstsecondfirst");
+    EXPECT_EQ(functions.Function_Get("twice", -1), functions.Index(first));
+}
+
+// ---- Frames that wait for the next call
+
+TEST_F(CallsTest, DeepRecursionLeavesAFewFramesForTheNextCalls)
+{
+    for (int flags : {0, Function::kSetsErrorBit2}) {
+        SCOPED_TRACE(flags);
+        int f = functions.count();
+        std::string again = Op(kCall, f) + Op(kPop) + Op(kRetN);
+        ASSERT_EQ(Script("f", "",
+                         Op(kIncG, 1, -1) + Op(kPushG, 1) + Op(kJmpEq, int(again.size())) + again +
+                             Op(kRetN),
+                         flags),
+                  f);
+        for (int depth : {3, 255, 256, 257, 5000}) {
+            SCOPED_TRACE(depth);
+            Global(1)->SetValue_Integer(depth);
+            EXPECT_EQ(Run(Op(kCall, f) + Op(kPop)), 1);
+            EXPECT_EQ(MachineInnards::spares(vm(), f), depth < 256 ? depth : 256);
+        }
+    }
+}
+
+TEST_F(CallsTest, DeepRecursionAgainAndAgainLeavesNoMoreFrames)
+{
+    for (int flags : {0, Function::kSetsErrorBit2}) {
+        SCOPED_TRACE(flags);
+        int f = functions.count();
+        std::string again = Op(kCall, f) + Op(kRet);
+        ASSERT_EQ(Script("f", "",
+                         Op(kIncG, 1, -1) + Op(kPushG, 1) + Op(kJmpEq, int(again.size())) + again +
+                             Op(kPushI, 1) + Op(kRet),
+                         flags),
+                  f);
+        std::string deep = Op(kStoreGI, 1, 300) + Op(kCall, f) + Op(kPop);
+        EXPECT_EQ(Run(deep + deep + deep), 1);
+        EXPECT_EQ(MachineInnards::spares(vm(), f), 256);
+    }
+}
+
+TEST_F(CallsTest, FrameWhoseStackHasGrownFarIsNotKept)
+{
+    for (int entries : {1, 64, 65, 512}) {
+        SCOPED_TRACE(entries);
+        std::string pushes;
+        for (int i = 0; i < entries; ++i)
+            pushes += Op(kPushI, i);
+        int f = Script("f", "", pushes + Op(kRet));
+        EXPECT_EQ(Run(Op(kCall, f)), 1);
+        EXPECT_EQ(stack()->PopI(), entries - 1);
+        EXPECT_EQ(MachineInnards::spares(vm(), f), entries <= 64 ? 1 : 0);
+    }
+}
+
+// A tag knows the call that it belongs to by its frame.
+TEST_F(CallsTest, NoFrameIsKeptWhileATagIsOpen)
+{
+    for (int word : {kRet, kRetN}) {
+        int f = Script("f", "", Op(kPushI, 1) + Op(word));
+        End();
+        Code(Op(kCall, f) + Op(kPop));
+        vm()->Push_Feature(new Feature(vm(), Feature::kImport));
+        EXPECT_EQ(vm()->Go(), 1);
+        EXPECT_EQ(MachineInnards::spares(vm(), f), 0);
+        EXPECT_EQ(Run(Op(kCall, f) + Op(kPop)), 1);
+        EXPECT_EQ(MachineInnards::spares(vm(), f), 1);
+    }
+}
+
+TEST_F(CallsTest, FunctionOfNoTableIsCalledInAMachineWithoutFunctions)
+{
+    const std::string jump = Op(kJmp, 2);
+    Function f(&dictionary, 0, 0, 0, int(jump.size()));
+    Code(jump + Op(kRetN));
+    ZephVM* machine = new ZephVM("/www/x.zpc", -1, &application, &dictionary, &systems, &globals,
+                                 &segments, nullptr, external_calls, nullptr, nullptr, nullptr,
+                                 nullptr, &heartbeat, &cancelled, &exited, nullptr);
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_EQ(machine->CallFunction(&f), 1);
+        EXPECT_EQ(machine->frame()->type(), ZephVM_Frame::kFunction);
+        EXPECT_EQ(machine->Go(), 1);
+        EXPECT_EQ(machine->frame()->type(), ZephVM_Frame::kRoot);
+        machine->frame()->stack()->Pop();
+    }
+    machine->Shutdown();
+}
+
+// Runs a script function, which is added to the table just then, when it ends.
+class ScriptAtTheEnd : public Variable {
+public:
+    ScriptAtTheEnd(ZephVM* vm, int segment) : Variable("", 0, "", 0), m_vm(vm), m_segment(segment)
+    {
+    }
+    ~ScriptAtTheEnd() override
+    {
+        FunctionManager* functions = m_vm->functions();
+        for (int i = 0; i < 100; ++i)
+            functions->Function_Add(m_segment, 0, "last", -1, "", -1, 0);
+        Function* last = functions->Index(functions->count() - 1);
+        has_run = m_vm->CallFunction(last) && m_vm->Go();
+    }
+
+    static inline bool has_run = false;
+
+private:
+    ZephVM* m_vm;
+    int m_segment;
+};
+
+TEST_F(CallsTest, ScriptThatTheEndOfALocalRunsMayCallNewFunctions)
+{
+    int f = Script("f", "a var", Op(kRetN));
+    segments.Segment_Add();
+    Segment* last = segments.Segment_Add();
+    Write(last, PushText("last") + Op(kOut) + Op(kRetN));
+    Code(Op(kCall, f) + Op(kPop) + Op(kPushG, 0) + Op(kCall, f) + Op(kPop));
+    stack()->PushV(new ScriptAtTheEnd(vm(), last->number()), 0, 1);
+    ScriptAtTheEnd::has_run = false;
+    vm()->Go();
+    EXPECT_TRUE(ScriptAtTheEnd::has_run);
+    EXPECT_EQ(written(), "last");
+    EXPECT_TRUE(application.fatal_errors.empty());
 }
 
 }  // namespace

@@ -244,4 +244,49 @@ TEST_F(CompareTest, SevenInstructionsTellTheOrder)
     }
 }
 
+// Tells what is asked of it and when it ends.
+class AskedVariable : public Variable {
+public:
+    AskedVariable(const char* name, const char* text, std::string* events)
+        : Variable(name, -1, text, -1), m_events(events)
+    {
+    }
+    ~AskedVariable() override { Tell("end "); }
+    double value_compare(int* error) override
+    {
+        Tell("asked ");
+        return Variable::value_compare(error);
+    }
+
+private:
+    void Tell(const char* what)
+    {
+        int length;
+        const char* name = NameBytes(&length);
+        *m_events += what + std::string(name, size_t(length)) + ";";
+    }
+
+    std::string* m_events;
+};
+
+TEST_F(CompareTest, FirstOperandThatIsNoNumberDecidesAndTheLeftOneIsReleasedFirst)
+{
+    static const struct {
+        const char *left, *right, *events;
+        int order;
+    } rows[] = {
+        {"abc", "1", "asked L;end L;end R;", 1},
+        {"1", "abc", "asked L;asked R;end L;end R;", -1},
+        {"1", "2", "asked L;asked R;end L;end R;", -1},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(testing::Message() << row.left << " and " << row.right);
+        std::string events;
+        m_stack.PushV(new AskedVariable("L", row.left, &events), 0, 1);
+        m_stack.PushV(new AskedVariable("R", row.right, &events), 0, 1);
+        EXPECT_EQ(m_stack.Compare(), row.order);
+        EXPECT_EQ(events, row.events);
+    }
+}
+
 }  // namespace

@@ -296,4 +296,44 @@ TEST_F(ErrorsTest, ChildTakesTheTableOfTheProcessAndNotItsParents)
     child->Shutdown();
 }
 
+TEST_F(ErrorsTest, LastErrorMayBeToldAgain)
+{
+    const std::string head = " error in /www/x.zpc @ [00000000:00000000]: ";
+    const std::string first = "Fatal" + head + "first\n";
+    vm()->FatalError("first");
+    vm()->FatalError(vm()->error());
+    EXPECT_EQ(vm()->error().data(), "Fatal" + head + first + "\n");
+    vm()->FatalError("first");
+    vm()->RuntimeError(28, vm()->error());
+    EXPECT_EQ(vm()->error().data(), "Runtime" + head + "ZpOPEN: " + first + "\n");
+    EXPECT_EQ(application.runtime_errors.back().text, vm()->error().data());
+    EXPECT_EQ(Global("ZpOPEN_Error"), first);
+    vm()->FatalError("first");
+    vm()->EncodedRuntimeError(29, vm()->error());
+    EXPECT_EQ(vm()->error().data(), "Runtime" + head + "ZpCLOSE: " + first + "\n");
+    EXPECT_EQ(Global("ZpCLOSE_Error"), first);
+}
+
+TEST_F(ErrorsTest, MessageMayBeTheTextOfTheErrorVariable)
+{
+    vm()->RuntimeError(28, "a message of more than a few bytes");
+    Variable* variable = nullptr;
+    ASSERT_TRUE(globals.Find(&variable, "ZpOPEN_Error", -1, 0));
+    vm()->RuntimeError(28, variable->value());
+    EXPECT_EQ(Global("ZpOPEN_Error"), "a message of more than a few bytes");
+}
+
+TEST_F(ErrorsTest, ApplicationHearsOfAnErrorBeforeItsVariableIsSet)
+{
+    std::vector<std::string> heard;
+    application.on_runtime_error = [&] {
+        heard.push_back(Global("ZpOPEN_Error") + (vm()->halted() ? ", halted" : ""));
+    };
+    Run(Op(kTagError, 28, 3));
+    vm()->RuntimeError(28, "first");
+    vm()->RuntimeError(28, "second");
+    EXPECT_EQ(heard, (std::vector<std::string>{"absent, halted", "first, halted"}));
+    EXPECT_EQ(Global("ZpOPEN_Error"), "second");
+}
+
 }  // namespace

@@ -376,4 +376,40 @@ TEST_F(ExternalCallsTest, RefusedCallsAreNotLogged)
         EXPECT_EQ(line.find("External"), std::string::npos) << line;
 }
 
+TEST_F(ExternalCallsTest, FilterStopsTheEventsOfCalls)
+{
+    static const unsigned int kEvents[] = {
+        kLogFunctionCall, kLogFunctionParameter, kLogFunctionReturnValue, kLogFunctionReturn,
+        kLogExternalCall, kLogExternalParameter, kLogExternalReturnValue, kLogExternalReturn,
+    };
+    static const unsigned int kBits[] = {16, 32, 64, 128, 256, 512, 1024, 2048};
+    static const _ZP_EL_Function library[] = {
+        {"join", 4, 2, kTwoValues, Join},
+        {nullptr, 0, 0, nullptr, nullptr},
+    };
+    UseLibrary(library);
+    int join = External("join", "a,b");
+    int f = Script("f", "a", Op(kPushL, 0) + Op(kRet));
+    std::string code = Op(kSourceFile, 3) + Op(kLineNo, 7) + PushText("x") + Op(kCall, f) +
+                       PushText("y") + Op(kCall, join) + Op(kOut);
+    for (size_t i = 0; i < std::size(kEvents); ++i) {
+        SCOPED_TRACE(application.Log_Description(kEvents[i]));
+        EXPECT_EQ(kEvents[i], kBits[i]);
+        LogLevel(kEvents[i]);
+        size_t lines = kEvents[i] == kLogExternalParameter ? 2 : 1;
+        static const struct {
+            const char* filter;
+            bool passes;
+        } rows[] = {{"!x.zp", false}, {"x.zp:8", false}, {"other.zp", false}, {"x.zp:7", true}};
+        for (const auto& row : rows) {
+            SCOPED_TRACE(row.filter);
+            application.ParseLogFilter(row.filter);
+            application.log.clear();
+            EXPECT_EQ(Run(code), 1);
+            EXPECT_EQ(application.log.size(), row.passes ? lines : 0);
+        }
+    }
+    application.ParseLogFilter("");
+}
+
 }  // namespace

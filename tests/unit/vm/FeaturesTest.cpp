@@ -215,19 +215,25 @@ TEST_F(FeaturesTest, ReturnDeletesTheOuterOfTwoThatTheFunctionLeftOpen)
 {
     Segment* start = segments.Start();
     std::string page = Op(kPushC, 2) + Op(kOut) + Op(kCall, 0) + Op(kPop);
-    std::string body = Op(kPushC, 0) + Op(kOut) + Op(kPushC, 1) + Op(kOut) + Op(kRetN);
+    std::string body = Op(kPushC, 0) + Op(kOut) + Op(kPushC, 1) + Op(kOut);
     functions.Function_Add(start->number(), int((page + Op(kExit)).size()), "f", -1, "", 0, 0);
-    Code(page + Op(kExit) + body);
-    OpeningOutput output(vm(), &events);
-    application.SetOutput(&output);
-    EXPECT_EQ(vm()->Go(), 1);
-    ASSERT_EQ(output.features.size(), 3u);
-    EXPECT_EQ(events, Events{"end alpha"});
-    EXPECT_EQ(vm()->Lookup_Feature(Feature::kImport), output.features[0])
-        << "that of the caller stays";
-    End();
-    EXPECT_EQ(events, (Events{"end alpha", "end 12"}));
-    EndLeftOpen(output.features[2]);
+    for (const std::string& end : {Op(kRetN), Op(kPushI, 1) + Op(kRet)}) {
+        SCOPED_TRACE(end.size());
+        events.clear();
+        exited = 0;
+        End();
+        Code(page + Op(kExit) + body + end);
+        OpeningOutput output(vm(), &events);
+        application.SetOutput(&output);
+        EXPECT_EQ(vm()->Go(), 1);
+        ASSERT_EQ(output.features.size(), 3u);
+        EXPECT_EQ(events, Events{"end alpha"});
+        EXPECT_EQ(vm()->Lookup_Feature(Feature::kImport), output.features[0])
+            << "that of the caller stays";
+        End();
+        EXPECT_EQ(events, (Events{"end alpha", "end 12"}));
+        EndLeftOpen(output.features[2]);
+    }
 }
 
 TEST_F(FeaturesTest, SignOfLifeGoesFromTheTopDown)

@@ -190,6 +190,26 @@ TEST_F(LogPointsTest, FilterAndSuppressionStopEvents)
     EXPECT_EQ(LogOf(code + Op(kSourceFile, 1) + Op(kLineNo, 7)).size(), 1u);
 }
 
+TEST_F(LogPointsTest, FilterStopsErrorsAndTimeOuts)
+{
+    Run(source + Op(kLineNo, 7));
+    for (const char* filter : {"!x.zp", "x.zp:8", "x.zp"}) {
+        SCOPED_TRACE(filter);
+        application.ParseLogFilter(filter);
+        application.log.clear();
+        Run(source + Op(kLineNo, 7));
+        application.log.clear();
+        vm()->RuntimeError(28, "message");
+        cancelled = 1;
+        EXPECT_EQ(vm()->Go(), 0);
+        cancelled = 0;
+        vm()->FatalError("message");
+        EXPECT_EQ(application.log.size(), strcmp(filter, "x.zp") == 0 ? 3u : 0u);
+        EXPECT_EQ(application.timeouts.size(), 1u) << "the application is told all the same";
+        application.timeouts.clear();
+    }
+}
+
 TEST_F(LogPointsTest, ApplicationWithoutSettingsLogsNothing)
 {
     application.settings = nullptr;

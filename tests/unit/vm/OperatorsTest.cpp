@@ -442,4 +442,46 @@ TEST_F(OperatorsTest, FusedComparisonOfAnAggregateGoesByItsText)
     EXPECT_EQ(stack()->PopI(), 1) << "'1,2,3' and '1'";
 }
 
+TEST_F(OperatorsTest, ArithmeticOnNumbersMayGiveNaN)
+{
+    static const struct {
+        int word;
+        double left, right;
+        bool is_nan;
+    } rows[] = {
+        {kAdd, INFINITY, -INFINITY, true},
+        {kAdd, NAN, 1, true},
+        {kAdd, 1, NAN, true},
+        {kSub, INFINITY, INFINITY, true},
+        {kSub, NAN, 1, true},
+        {kSub, 1, NAN, true},
+        {kMul, INFINITY, 0, true},
+        {kMul, 0, NAN, true},
+        {kMul, NAN, 1, true},
+        {kDiv, INFINITY, INFINITY, true},
+        {kDiv, 1, NAN, true},
+        {kDiv, NAN, 0, true},
+        {kDiv, 0, NAN, false},
+        {kDiv, -0.0, NAN, false},
+        {kMul, INFINITY, 1, false},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(testing::Message() << row.word << ": " << row.left << ", " << row.right);
+        globals.Index(0, 1)->SetValue_Double(row.left);
+        globals.Index(1, 1)->SetValue_Double(row.right);
+        const std::string lefts[] = {OpDouble(kPushF, row.left), Op(kPushG, 0)};
+        const std::string rights[] = {OpDouble(kPushF, row.right), Op(kPushG, 1)};
+        for (const std::string& left : lefts) {
+            for (const std::string& right : rights) {
+                for (const std::string& between : {std::string(), Op(kNoop)}) {
+                    EXPECT_EQ(Run(left + between + right + between + Op(row.word)), 1);
+                    ASSERT_EQ(depth(), 1);
+                    EXPECT_EQ(stack()->Peek()->kind, Stack_Entry::kDouble);
+                    EXPECT_EQ(std::isnan(stack()->PopD()), row.is_nan);
+                }
+            }
+        }
+    }
+}
+
 }  // namespace

@@ -1,5 +1,6 @@
 // The instructions `ret` and `retn`.
 #include "CalledMachine.h"
+#include "StackValues.h"
 #include "app/LogParameter.h"
 
 namespace {
@@ -220,6 +221,69 @@ TEST_F(ReturnsTest, ValueThatIsMissingIsNotLogged)
     int f = Script("f", "", Op(kRet));
     EXPECT_EQ(Run(Op(kPushI, 1) + Op(kCall, f)), 0);
     EXPECT_TRUE(application.log.empty());
+}
+
+TEST_F(ReturnsTest, CopyOfATextThatIsReturnedSurvivesTheOriginal)
+{
+    // The copy borrows from the entry below it, which goes with the stack.
+    const std::string text = PushText("a longer text ") + PushText("of two pieces") + Op(kCat);
+    const std::string buffer = text + PushText(", or of three") + Op(kCat);
+    const struct {
+        std::string code;
+        const char* returned;
+    } rows[] = {
+        {text + Op(kDup) + Op(kRet), "a longer text of two pieces"},
+        {text + Op(kDup) + Op(kDup) + Op(kRet), "a longer text of two pieces"},
+        {Op(kPushI, 1) + text + Op(kDup) + Op(kRet), "a longer text of two pieces"},
+        {text + Op(kDup) + Op(kSwap) + Op(kRet), "a longer text of two pieces"},
+        {buffer + Op(kDup) + Op(kRet), "a longer text of two pieces, or of three"},
+        {buffer + Op(kDup) + Op(kSwap) + Op(kRet), "a longer text of two pieces, or of three"},
+        {text + PushText("constant") + Op(kRet), "constant"},
+        {buffer + PushText("constant") + Op(kRet), "constant"},
+    };
+    for (const auto& row : rows) {
+        NoArrayLeft none;
+        application.recorded.text.clear();
+        int f = Script("f", "", row.code);
+        EXPECT_EQ(Run(Op(kCall, f) + Op(kOut)), 1);
+        EXPECT_EQ(written(), row.returned);
+        EXPECT_EQ(depth(), 0);
+        End();
+    }
+}
+
+// Tells the order in which variables end.
+class ToldVariable : public Variable {
+public:
+    ToldVariable(const char* name, std::string* ends) : Variable(name, -1), m_ends(ends) {}
+    ~ToldVariable() override
+    {
+        int length;
+        const char* name = NameBytes(&length);
+        m_ends->append(name, size_t(length));
+    }
+
+private:
+    std::string* m_ends;
+};
+
+TEST_F(ReturnsTest, LocalsEndBeforeTheStack)
+{
+    // The first parameter is on the function's stack as well, and so ends after the second.
+    std::string ends;
+    int f = Script("f", "b var,a var", Op(kPushL, 0) + Op(kPushI, 1) + Op(kRet));
+    int g = Script("g", "b var,a var",
+                   Op(kPushL, 0) + PushText("x") + Op(kPopNC, Text("l.x")) + Op(kRetN));
+    for (int called : {f, g}) {
+        ends.clear();
+        End();
+        Code(Op(kCall, called));
+        stack()->PushV(new ToldVariable("B", &ends), 0, 1);
+        stack()->PushV(new ToldVariable("A", &ends), 0, 1);
+        EXPECT_EQ(vm()->Go(), 1);
+        EXPECT_EQ(ends, "AB");
+        EXPECT_EQ(MachineInnards::spares(vm(), called), called == f ? 1 : 0);
+    }
 }
 
 }  // namespace

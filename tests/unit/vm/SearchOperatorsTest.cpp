@@ -105,4 +105,113 @@ TEST_F(SearchOperatorsTest, AVariableIsFoundInItself)
     EXPECT_EQ(stack()->PopI(), 1);
 }
 
+// Both operands stand on what the left entry alone holds, and the right one borrows.
+TEST_F(SearchOperatorsTest, OperandsMayBeOneValueThatOnlyTheStackHolds)
+{
+    static const struct {
+        int word, result;
+    } rows[] = {{kIn, 1}, {kCin, 1}, {kEin, 20}, {kEcin, 20}};
+    for (const auto& row : rows) {
+        for (Shape shape : {Shape::kOwnedText, Shape::kLastVariable, Shape::kOwnedBuffer}) {
+            for (bool swapped : {false, true}) {
+                SCOPED_TRACE(testing::Message() << ShapeName(shape) << ", " << row.word);
+                NoArrayLeft none;
+                StackValues values;
+                End();
+                Code(Op(kDup) + (swapped ? Op(kSwap) : std::string()) + Op(row.word));
+                values.Push(stack(), shape, "a text of some bytes");
+                EXPECT_EQ(vm()->Go(), 1);
+                EXPECT_EQ(stack()->PopI(), row.result);
+                EXPECT_EQ(depth(), 0);
+                End();
+            }
+        }
+    }
+}
+
+TEST_F(SearchOperatorsTest, ElementIsFoundInItsArrayThatOnlyTheStackHolds)
+{
+    for (bool swapped : {false, true}) {
+        End();
+        Code(Op(kDup) + Op(kPushI, 1) + Op(kElemReadonly) + (swapped ? Op(kSwap) : std::string()) +
+             Op(kIn));
+        Variable* array = new Variable("", 0);
+        array->Element(AggregateIndex(1), 1)->SetValue("a text of some bytes", -1);
+        stack()->PushV(array, 0, 1);
+        EXPECT_EQ(vm()->Go(), 1);
+        EXPECT_EQ(stack()->PopI(), 1);
+        EXPECT_EQ(depth(), 0);
+    }
+}
+
+TEST_F(SearchOperatorsTest, HashOfATextWithItselfAsTheSalt)
+{
+    EXPECT_EQ(Run(Op(kPushC, 0) + Op(kPushC, 0) + Op(kCrypt)), 1);
+    std::string expected = PoppedString(stack());
+    End();
+    for (Shape shape : {Shape::kOwnedText, Shape::kLastVariable, Shape::kOwnedBuffer}) {
+        for (bool swapped : {false, true}) {
+            SCOPED_TRACE(ShapeName(shape));
+            NoArrayLeft none;
+            StackValues values;
+            End();
+            Code(Op(kDup) + (swapped ? Op(kSwap) : std::string()) + Op(kCrypt));
+            values.Push(stack(), shape, "alpha");
+            EXPECT_EQ(vm()->Go(), 1);
+            EXPECT_EQ(PoppedString(stack()), expected);
+            End();
+        }
+    }
+}
+
+// The texts of both are asked for, the right one's first, and then both are released.
+class ComputedText : public Variable {
+public:
+    ComputedText(const char* name, std::string* events) : Variable(name, -1), m_events(events) {}
+    ~ComputedText() override { Tell("end "); }
+    const String& value() override
+    {
+        Tell("asked ");
+        m_value.assign("text", 4);
+        return m_value;
+    }
+
+private:
+    void Tell(const char* what)
+    {
+        int length;
+        const char* name = NameBytes(&length);
+        *m_events += what + std::string(name, size_t(length)) + ";";
+    }
+
+    std::string* m_events;
+};
+
+TEST_F(SearchOperatorsTest, ComputedTextsAreAskedForAndReleasedFromTheTopDown)
+{
+    std::string events;
+    Code(Op(kIn));
+    stack()->PushV(new ComputedText("L", &events), 0, 1);
+    stack()->PushV(new ComputedText("R", &events), 0, 1);
+    EXPECT_EQ(vm()->Go(), 1);
+    EXPECT_EQ(stack()->PopI(), 1);
+    EXPECT_EQ(events, "asked R;asked L;end R;end L;");
+}
+
+TEST_F(SearchOperatorsTest, OneOperandIsAnUnderflowAndIsReleased)
+{
+    NoArrayLeft none;
+    for (int word : {kIn, kCin, kEin, kEcin, kCrypt}) {
+        StackValues values;
+        application.fatal_errors.clear();
+        End();
+        Code(Op(word));
+        values.Push(stack(), Shape::kOwnedText, "text");
+        EXPECT_EQ(vm()->Go(), 0);
+        EXPECT_EQ(Fatal(), "Stack underflow");
+        EXPECT_EQ(depth(), 0);
+    }
+    End();
+}
+
 }  // namespace

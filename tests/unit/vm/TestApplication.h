@@ -1,6 +1,7 @@
 #ifndef ZEPH_TESTS_UNIT_VM_TESTAPPLICATION_H
 #define ZEPH_TESTS_UNIT_VM_TESTAPPLICATION_H
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -91,6 +92,8 @@ public:
     void Notify_RuntimeError(int tag, const String& text, bool show) override
     {
         runtime_errors.push_back({tag, {text.data(), size_t(text.length())}, show});
+        if (on_runtime_error)
+            on_runtime_error();
     }
     void Log(unsigned int event, LogParameter* parameters) override
     {
@@ -105,6 +108,7 @@ public:
     Config* settings = nullptr;  // borrowed
     std::vector<std::string> log;
     std::vector<RecordedError> runtime_errors;
+    std::function<void()> on_runtime_error;
     std::vector<std::string> errors;
     std::vector<std::string> fatal_errors;
     std::vector<std::string> timeouts;

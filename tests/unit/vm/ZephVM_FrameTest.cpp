@@ -104,4 +104,24 @@ TEST_F(FrameTest, RootFrameOfAMachineUsesTheGlobalsAndAStackOfItsOwn)
     EXPECT_EQ(GlobalText(0), "") << "the globals outlive the machine";
 }
 
+TEST_F(FrameTest, LocalsEndBeforeTheStack)
+{
+    struct LastStack : ZephVM_Stack {
+        LastStack(ZephVM* vm, const int* before, int* seen)
+            : ZephVM_Stack(vm, 4), m_before(before), m_seen(seen)
+        {
+        }
+        ~LastStack() override { *m_seen = *m_before; }
+        const int* m_before;
+        int* m_seen;
+    };
+    int hash_ends_seen = -1;
+    {
+        ZephVM_Frame frame;
+        frame.Set_Stack(new LastStack(vm(), &m_hash_ends, &hash_ends_seen), true);
+        frame.Set_LocalVariable_Hash(new CountedHash(&dictionary, &m_hash_ends), true);
+    }
+    EXPECT_EQ(hash_ends_seen, 1);
+}
+
 }  // namespace

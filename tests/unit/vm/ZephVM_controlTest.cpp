@@ -171,6 +171,20 @@ TEST_F(ControlDeathTest, RemainderThatTheMachineCannotComputeEndsTheProcess)
     }
 }
 
+TEST_F(ControlDeathTest, RemainderEndsTheProcessAlsoWhereItsSignalIsBlockedOrIgnored)
+{
+    auto run = [this] {
+        sigset_t trap;
+        sigemptyset(&trap);
+        sigaddset(&trap, SIGFPE);
+        sigprocmask(SIG_BLOCK, &trap, nullptr);
+        signal(SIGFPE, SIG_IGN);
+        Run(Op(kPushI, INT_MIN) + Op(kPushI, -1) + Op(kMod));
+        _exit(0);
+    };
+    EXPECT_EXIT(run(), testing::KilledBySignal(SIGFPE), "");
+}
+
 TEST_F(ControlTest, StoreOfAnImmediateSetsTheGlobal)
 {
     globals.Index(2, 1)->SetValue("text", -1);

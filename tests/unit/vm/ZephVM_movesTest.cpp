@@ -10,6 +10,9 @@ using MovesTest = MachineTest;
 TEST_F(MovesTest, ConstantPointsIntoTheDictionary)
 {
     EXPECT_EQ(Run(Op(kPushC, 1)), 1);
+    ASSERT_EQ(depth(), 1);
+    EXPECT_EQ(stack()->Peek()->length, 4);
+    EXPECT_EQ(stack()->Peek()->capacity, 4) << "there is no array with room behind the text";
     Stack_Entry* top = stack()->Peek();
     ASSERT_NE(top, nullptr);
     int size;
