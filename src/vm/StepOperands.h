@@ -20,6 +20,14 @@ public:
     {
         m_tables[table] = {variables->entries(), unsigned(variables->slots())};
     }
+    // The same for the stack, of whose entries those up to `behind` have memory. A handler
+    // gets more, or finds none.
+    void SetStack(Stack_Entry* entries, Stack_Entry* behind)
+    {
+        base = entries;
+        limit = behind;
+        limit_of_several = behind - entries >= kMostPushed ? behind - kMostPushed + 1 : entries;
+    }
     // The variable of a slot, null if it has not been made.
     Variable* At(unsigned char table, int slot) const
     {
@@ -91,7 +99,14 @@ public:
         return array && DirectValue::SetElement(array, Index(step), value);
     }
 
+    Stack_Entry* base;
+    Stack_Entry* limit;
+    Stack_Entry* limit_of_several;  // where the top has to be below for a step of several
+
 private:
+    // The most that the instructions of one step push before they take anything.
+    static constexpr int kMostPushed = 3;
+
     bool OtherNumber(const DecodedStep* step, double* out) const
     {
         if (step->kind == DecodedStep::kPushElement)
@@ -114,7 +129,7 @@ private:
                 return false;
         }
     }
-    bool FindMember(Variable* structure, DecodedStep* step) const
+    [[gnu::noinline]] bool FindMember(Variable* structure, DecodedStep* step) const
     {
         AggregateElementTree* members = DirectValue::Members(structure);
         if (!members)

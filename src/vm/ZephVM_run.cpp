@@ -21,23 +21,6 @@
 
 namespace {
 
-// The entries of the stack that have memory. A handler gets more, or finds none.
-struct StackMemory {
-    // The most that the instructions of one step push before they take anything.
-    static constexpr int kMostPushed = 3;
-
-    void Set(Stack_Entry* entries, Stack_Entry* behind)
-    {
-        base = entries;
-        limit = behind;
-        limit_of_several = behind - entries >= kMostPushed ? behind - kMostPushed + 1 : entries;
-    }
-
-    Stack_Entry* base;
-    Stack_Entry* limit;
-    Stack_Entry* limit_of_several;  // where the top has to be below for a step of several
-};
-
 // A flag that another thread sets may be noticed that many turns of a loop late, as long as
 // nothing is done in them that could take time.
 const int kTurnsBetweenLooks = 32;
@@ -172,7 +155,6 @@ int ZephVM::Go()
     DecodedCode* code;
     DecodedStep* step;
     StepOperands operands(m_dictionary);
-    StackMemory stack;
     Stack_Entry* top;    // behind the last entry
     int segment;
     int output_flags = kUnknownFlags;  // those that the output is known to have
@@ -190,7 +172,7 @@ int ZephVM::Go()
     goto general
 // The same for a step of several: its parts do what it cannot.
 #define ZEPH_FUSED_UNLESS(fits)                       \
-    if (!(top < stack.limit_of_several && (fits))) \
+    if (!(top < operands.limit_of_several && (fits))) \
     ZEPH_DO(step + step->parts)
 
 resume:
@@ -226,12 +208,12 @@ take_tables:
     operands.SetTable(DecodedStep::kGlobal, m_global_variables);
 take_frame:
     operands.SetTable(DecodedStep::kLocal, m_frame->locals());
-    stack.Set(m_stack->m_entries, m_stack->m_limit);
+    operands.SetStack(m_stack->m_entries, m_stack->m_limit);
     top = m_stack->m_top;
     ZEPH_DO(step);
 
 call : {
-    ZephVM_FunctionFrame* frame = FrameForPlainCall(step->a, top - stack.base);
+    ZephVM_FunctionFrame* frame = FrameForPlainCall(step->a, top - operands.base);
     ZEPH_UNLESS(frame && frame->function()->segment() == segment && --turns >= 0);
     m_stack->m_top = top;
     if (!EnterPlainFunction(frame, step, &output_flags))
@@ -246,8 +228,8 @@ call : {
 }
 
 ret:
-    ZEPH_UNLESS(top - stack.base == 1 && CanLeavePlainFunction(*stack.base));
-    step = LeavePlainFunction(*stack.base, &output_flags);
+    ZEPH_UNLESS(top - operands.base == 1 && CanLeavePlainFunction(*operands.base));
+    step = LeavePlainFunction(*operands.base, &output_flags);
     goto take_frame;
 
 general:
@@ -308,7 +290,7 @@ jump:
     ZEPH_DO(step->target);
 
 jump_if:
-    ZEPH_UNLESS(top > stack.base && top[-1].kind == Stack_Entry::kInteger);
+    ZEPH_UNLESS(top > operands.base && top[-1].kind == Stack_Entry::kInteger);
     --top;
     if (step->outcomes & OutcomeOf(top->integer))
         goto jump;
@@ -322,7 +304,7 @@ line:
 push_constant : {
     int length;
     const char* text = m_dictionary->Entry(step->a, &length);
-    ZEPH_UNLESS(text && top < stack.limit);
+    ZEPH_UNLESS(text && top < operands.limit);
     top->kind = Stack_Entry::kString;
     top->owned = 0;
     top->string = text;
@@ -332,38 +314,38 @@ push_constant : {
 }
 
 push_integer:
-    ZEPH_UNLESS(top < stack.limit);
+    ZEPH_UNLESS(top < operands.limit);
     SetInteger(top++, step->a);
     ZEPH_DO(step + 1);
 
 push_double:
-    ZEPH_UNLESS(top < stack.limit);
+    ZEPH_UNLESS(top < operands.limit);
     SetDouble(top++, step->real);
     ZEPH_DO(step + 1);
 
 push_variable : {
     Variable* variable = operands.Left(step);
-    ZEPH_UNLESS(variable && top < stack.limit);
+    ZEPH_UNLESS(variable && top < operands.limit);
     SetVariable(top++, variable);
     ZEPH_DO(step + 1);
 }
 
 pop_variable : {
     Variable* variable = operands.Left(step);
-    ZEPH_UNLESS(variable && top > stack.base && Store(variable, top[-1]));
+    ZEPH_UNLESS(variable && top > operands.base && Store(variable, top[-1]));
     --top;
     ZEPH_DO(step + 1);
 }
 
 pop:
-    ZEPH_UNLESS(top > stack.base && (!top[-1].owned || top[-1].kind == Stack_Entry::kVariable));
+    ZEPH_UNLESS(top > operands.base && (!top[-1].owned || top[-1].kind == Stack_Entry::kVariable));
     --top;
     Drop(*top);
     ZEPH_DO(step + 1);
 
 arithmetic : {
     double left, right;
-    ZEPH_UNLESS(top - stack.base >= 2 && ArithmeticValue(top[-1], &right) &&
+    ZEPH_UNLESS(top - operands.base >= 2 && ArithmeticValue(top[-1], &right) &&
                 ArithmeticValue(top[-2], &left));
     --top;
     Drop(*top);
@@ -374,7 +356,7 @@ arithmetic : {
 
 compare : {
     double left, right;
-    ZEPH_UNLESS(top - stack.base >= 2 && ComparedValue(top[-2], &left) && ComparedValue(top[-1], &right));
+    ZEPH_UNLESS(top - operands.base >= 2 && ComparedValue(top[-2], &left) && ComparedValue(top[-1], &right));
     --top;
     Drop(top[-1]);
     Drop(*top);
@@ -465,7 +447,7 @@ compare_number_jump : {
 
 compare_jump : {
     double left, right;
-    ZEPH_FUSED_UNLESS(top - stack.base >= 2 && ComparedValue(top[-2], &left) &&
+    ZEPH_FUSED_UNLESS(top - operands.base >= 2 && ComparedValue(top[-2], &left) &&
                       ComparedValue(top[-1], &right));
     top -= 2;
     Drop(top[0]);
@@ -512,7 +494,7 @@ push_element : {
 }
 
 store_element : {
-    ZEPH_FUSED_UNLESS(top > stack.base);
+    ZEPH_FUSED_UNLESS(top > operands.base);
     if (top[-1].kind == Stack_Entry::kInteger) {
         ZEPH_FUSED_UNLESS(operands.SetElement(step, top[-1].integer));
     } else if (top[-1].kind == Stack_Entry::kDouble) {
@@ -537,7 +519,7 @@ push_member : {
 }
 
 store_member : {
-    ZEPH_FUSED_UNLESS(top > stack.base);
+    ZEPH_FUSED_UNLESS(top > operands.base);
     Variable* member = operands.Member(step);
     ZEPH_FUSED_UNLESS(member && Store(member, top[-1]));
     --top;
