@@ -5,47 +5,10 @@
 
 #include "variables/allocation.h"
 #include "vm/Instruction.h"
+#include "vm/InstructionWord.h"
 #include "vm/StepRun.h"
 
 namespace {
-
-// Words that the steps know.
-enum Word : unsigned short {
-    kPopWord = 0x000B,
-    kAddWord = 0x0016,
-    kSubWord = 0x0017,
-    kDivWord = 0x001F,
-    kMulWord = 0x0020,
-    kCmpWord = 0x002C,
-    kEqWord = 0x0033,
-    kNeWord = 0x0034,
-    kGeWord = 0x0035,
-    kLeWord = 0x0036,
-    kLtWord = 0x0037,
-    kGtWord = 0x0038,
-    kRetWord = 0x003B,
-    kRetnWord = 0x003C,
-    kExitWord = 0x0043,
-    kSecondExitWord = 0x0116,
-    kPushcWord = 0x4001,
-    kPushiWord = 0x4002,
-    kPushgWord = 0x4005,
-    kPushlWord = 0x4006,
-    kPopgWord = 0x400D,
-    kPoplWord = 0x400E,
-    kJmpWord = 0x4025,
-    kJmpEqWord = 0x4026,
-    kJmpLtWord = 0x4027,
-    kJmpGtWord = 0x4028,
-    kJmpLeWord = 0x4029,
-    kJmpGeWord = 0x402A,
-    kJmpNeWord = 0x402B,
-    kCallWord = 0x403D,
-    kLinenoWord = 0x4044,
-    kIncgWord = 0x5303,
-    kStoregiWord = 0x5305,
-    kPushfWord = 0x8003
-};
 
 const int kLess = DecodedStep::kLess;
 const int kEqual = DecodedStep::kEqual;
@@ -235,7 +198,8 @@ DecodedStep* DecodedCode::Keep(const StepRun& run)
     m_steps += run.count();
     // Steps of several come before those that they consist of.
     for (int i = 0; i < run.count(); ++i) {
-        bool is_instruction = steps[i].kind != DecodedStep::kLink && steps[i].kind != DecodedStep::kEnd;
+        bool is_instruction =
+            steps[i].kind != DecodedStep::kLink && steps[i].kind != DecodedStep::kEnd;
         if (is_instruction && !Known(steps[i].offset))
             *Place(steps[i].offset) = &steps[i];
     }

@@ -84,11 +84,11 @@ struct DecodedStep {
     static constexpr unsigned char kNumber = 2;
 
     Kind kind;
-    unsigned short word;      // of the instruction, or of the first one of several
+    unsigned short word;  // of the instruction, or of the first one of several
     // Of arithmetic; whether a comparison gives the result itself; whether the instruction
     // behind one that pushes takes just the number of it.
     unsigned char operation;
-    unsigned char outcomes;   // those that jump, or that a comparison gives 1 for
+    unsigned char outcomes;  // those that jump, or that a comparison gives 1 for
     unsigned char left_table;
     unsigned char right_table;
     unsigned int offset;  // of the first byte of the first instruction

@@ -3,20 +3,9 @@
 #include <initializer_list>
 
 #include "vm/DecodedCode.h"
+#include "vm/InstructionWord.h"
 
 namespace {
-
-enum Word : unsigned short {
-    kCatWord = 0x0018,
-    kElemWord = 0x003E,
-    kElemReadonlyWord = 0x003F,
-    kMembWord = 0x0040,
-    kMembReadonlyWord = 0x0041,
-    kStoreWord = 0x0042,
-    kCmpggWord = 0x5301,
-    kCmpgiWord = 0x5302
-};
-
 
 // The instructions at hand; those that are not there are of no kind.
 class Steps {
@@ -177,7 +166,8 @@ struct LoopEnd {
             number = steps[i].b;
             is_integer = true;
         } else if (steps.IsVariable(i) && steps.IsNumber(i + 1) &&
-                   steps.Is(i + 2, DecodedStep::kCompare) && steps.Is(i + 3, DecodedStep::kJumpIf)) {
+                   steps.Is(i + 2, DecodedStep::kCompare) &&
+                   steps.Is(i + 3, DecodedStep::kJumpIf)) {
             bool is_same = steps[i].left_table == table && steps[i].a == slot;
             count = is_same ? 4 : 0;
             number = steps.Number(i + 1);
@@ -214,8 +204,9 @@ void FuseCount(const Steps& steps, bool is_number, DecodedStep* fused, Fusion* f
         fused->b = int(end.number);
     else
         fused->real = end.number;
-    FuseLoop(steps, end, is_number ? DecodedStep::kCalculateNumberLoop
-                                   : DecodedStep::kCalculateVariableLoop, fused, fusion);
+    FuseLoop(steps, end,
+             is_number ? DecodedStep::kCalculateNumberLoop : DecodedStep::kCalculateVariableLoop,
+             fused, fusion);
 }
 
 // operand, operand, operation of simple operands, maybe into a variable.
@@ -223,10 +214,10 @@ bool FuseSimpleArithmetic(const Steps& steps, DecodedStep* fused, Fusion* fusion
 {
     bool is_number = steps.IsNumber(1);
     bool is_stored = steps.Is(3, DecodedStep::kPopVariable);
-    DecodedStep::Kind kind =
-        is_stored ? is_number ? DecodedStep::kArithmeticNumberStore
-                              : DecodedStep::kArithmeticVariableStore
-                  : is_number ? DecodedStep::kArithmeticNumber : DecodedStep::kArithmeticVariable;
+    DecodedStep::Kind kind = is_stored   ? is_number ? DecodedStep::kArithmeticNumberStore
+                                                     : DecodedStep::kArithmeticVariableStore
+                             : is_number ? DecodedStep::kArithmeticNumber
+                                         : DecodedStep::kArithmeticVariable;
     Start(steps, is_stored ? 4 : 3, kind, fused, fusion);
     SetRight(steps, 1, fused);
     fused->operation = steps[2].operation;
@@ -270,8 +261,8 @@ bool FuseCompareJump(const Steps& steps, int left, int right, DecodedStep* fused
 {
     int count = left + right + 2;
     bool is_simple = steps.IsVariable(0) && left == 1 && right == 1;
-    DecodedStep::Kind simple = steps.IsNumber(1) ? DecodedStep::kCompareNumberJump
-                                                 : DecodedStep::kCompareVariableJump;
+    DecodedStep::Kind simple =
+        steps.IsNumber(1) ? DecodedStep::kCompareNumberJump : DecodedStep::kCompareVariableJump;
     Start(steps, count, is_simple ? simple : DecodedStep::kCompareOperandsJump, fused, fusion);
     if (is_simple)
         SetRight(steps, 1, fused);

@@ -166,7 +166,10 @@ private:
     DecodedCode* Decoded();
     // Whether the loop has to look up. The counter and the flag belong to the application,
     // and its heartbeat thread writes them under a mutex that the loop does not take.
-    bool IsInterrupted() const { return Polled(m_cancelled) || m_last_heartbeat != Polled(m_heartbeat); }
+    bool IsInterrupted() const
+    {
+        return Polled(m_cancelled) || m_last_heartbeat != Polled(m_heartbeat);
+    }
     static int Polled(const int* flag) { return __atomic_load_n(flag, __ATOMIC_RELAXED); }
     void RunOnce();
     int Set_Segment();

@@ -97,8 +97,7 @@ class ZephVM_FilterFrame : public ZephVM_Frame {
 public:
     using Resume = int (ZephVM::*)(int passed);
 
-    explicit ZephVM_FilterFrame(Resume resume_member)
-        : ZephVM_Frame(kFilter), resume(resume_member)
+    explicit ZephVM_FilterFrame(Resume resume_member) : ZephVM_Frame(kFilter), resume(resume_member)
     {
     }
 

@@ -83,16 +83,11 @@ const _ZP_EL_Parameter kReference[] = {{"a", 0, ZP_EL_REFERENCE}};
 const _ZP_EL_Parameter kOtherBit[] = {{"a", 0, 2}};
 
 const _ZP_EL_Function kLibrary[] = {
-    {"join", 4, 2, kTwoValues, Join},
-    {"set", 3, 1, kReference, SetReference},
-    {"set2", 4, 1, kOtherBit, SetReference},
-    {"count", 5, 0, nullptr, Count},
-    {"former", 6, 0, nullptr, Former},
-    {"refers", 6, 0, nullptr, Refers},
-    {"fails", 5, 0, nullptr, Fails},
-    {"nests", 5, 1, kValue, Nests},
-    {"bare", 4, 2, nullptr, Join},
-    {nullptr, 0, 0, nullptr, nullptr},
+    {"join", 4, 2, kTwoValues, Join},        {"set", 3, 1, kReference, SetReference},
+    {"set2", 4, 1, kOtherBit, SetReference}, {"count", 5, 0, nullptr, Count},
+    {"former", 6, 0, nullptr, Former},       {"refers", 6, 0, nullptr, Refers},
+    {"fails", 5, 0, nullptr, Fails},         {"nests", 5, 1, kValue, Nests},
+    {"bare", 4, 2, nullptr, Join},           {nullptr, 0, 0, nullptr, nullptr},
 };
 
 class ExternalCallsTest : public CalledMachineTest {
@@ -188,7 +183,7 @@ TEST_F(ExternalCallsTest, OtherKindOfParameterIsFatalAndStopsTheWalk)
         int left;
     } rows[] = {
         {"join", "a,b var", 2}, {"join", "a var,b", 1}, {"set", "a", 2},
-        {"set2", "a var", 2},       {"bare", "a,b var", 2},
+        {"set2", "a var", 2},   {"bare", "a,b var", 2},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(std::string(row.name) + " " + row.parameters);
