@@ -230,11 +230,15 @@ private:
     int pushs();
     int pushg();
     int pushl();
+    int pushd();
+    int pushdc();
     int pushn();
     int pushnc();
     int pops();
     int popg();
     int popl();
+    int popd();
+    int popdc();
     int popn();
     int popnc();
     int pop();
@@ -315,7 +319,10 @@ private:
     int PushVariable(Variable* variable);
     int PushNamed(Variable* variable);
     int PopNamed(Variable* variable);
+    int PopField(Variable* field);
     Variable* NamedByEntry(unsigned int entry);
+    Variable* Lookup_Field(const char* view, int view_length, const char* field, int field_length);
+    Variable* FieldByEntries(unsigned int view, unsigned int field);
     bool SearchScopes(Variable** out, const char* name, int length, String* error);
     int PopReference(VariableHash* variables);
     static int Refer(Variable* variable, Variable* target);
