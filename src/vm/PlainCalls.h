@@ -68,15 +68,17 @@ inline bool ZephVM::EnterPlainFunction(ZephVM_FunctionFrame* frame, DecodedStep*
     return left == 0;
 }
 
-// Whether the frame has been entered so and leaves nothing but its value.
+// Whether the frame has been entered so and leaves nothing but its value. A run within an
+// instruction may have left it behind for the code of another segment.
 inline bool ZephVM::CanLeavePlainFunction(const Stack_Entry& value)
 {
     if (!m_frame->Is(ZephVM_Frame::kFunction))
         return false;
     ZephVM_FunctionFrame* frame = static_cast<ZephVM_FunctionFrame*>(m_frame);
     bool is_borrowed = value.kind == Stack_Entry::kVariable && !value.owned;
-    return frame->next_step && !is_borrowed && m_features.Entries() == 0 &&
-           frame->HasItsLocals() && frame->previous->stack()->HasRoom();
+    return frame->next_step && frame->return_segment == m_segment && !is_borrowed &&
+           m_features.Entries() == 0 && frame->HasItsLocals() &&
+           frame->previous->stack()->HasRoom();
 }
 
 // The step behind the call.

@@ -1,260 +1,190 @@
-#include <math.h>
-
-#include <random>
-#include <vector>
-
-#include "TestMachine.h"
-#include "vm/DecodedCode.h"
-
-// The loop does common sequences of instructions as one. A `noop` between the instructions
-// of a program breaks every sequence up, and has to leave the same behind.
+// Common sequences of instructions, each done as one step. What leads to them are random
+// programs, in StepProgramsTest.cpp; here is what those do not come by.
+#include "ProgramRemains.h"
 
 namespace {
 
-struct Statement {
-    std::vector<std::string> instructions;
-    int jump = 0;  // word of a conditional jump over the next statement, behind the others
-};
-
-class StepsTest : public MachineTest {
-protected:
-    // The code of a program, with or without noops.
-    static std::string Assembled(const std::vector<Statement>& program, bool noops)
-    {
-        std::vector<std::string> blocks;
-        for (const Statement& statement : program) {
-            std::string block;
-            for (const std::string& instruction : statement.instructions)
-                block += instruction + (noops ? Op(kNoop) : "");
-            blocks.push_back(block);
-        }
-        std::string code;
-        for (size_t i = 0; i < program.size(); ++i) {
-            code += blocks[i];
-            if (program[i].jump == 0)
-                continue;
-            size_t over = i + 1 < program.size() ? blocks[i + 1].size() : 0;
-            if (i + 1 < program.size() && program[i + 1].jump != 0)
-                over += Op(kJmp, 0).size();
-            code += Op(program[i].jump, int(over));
-        }
-        return code;
-    }
-    // What a program leaves behind.
-    std::string Left(const std::string& code, bool has_texts)
+// A machine whose globals are a number, an array, a structure, a text and a double.
+class SequenceWorld : public ProgramWorld {
+public:
+    explicit SequenceWorld(const std::string& code) : ProgramWorld({{}, code, 0})
     {
         globals.Dump();
-        application.recorded.text.clear();
-        application.fatal_errors.clear();
-        if (has_texts)
-            globals.Index(2, 1)->SetValue("7.5", 3);
-        int result = Run(code);
-        std::string left = std::to_string(result) + " " + std::to_string(depth()) + " " + written();
-        for (int slot = 0; slot < 3; ++slot) {
-            Variable* variable = globals.Index(slot, 1);
-            left += "|" + std::to_string(variable->aggregatetype()) + " " +
-                    std::to_string(variable->primary_type()) + " " +
-                    std::to_string(variable->refcount()) + " " + variable->value().data();
-        }
-        for (const std::string& error : application.fatal_errors)
-            left += "|" + error.substr(error.rfind("]: "));
-        for (int i = depth(); i > 0; --i) {
-            int length, owned;
-            const char* text = stack()->PopS(&length, nullptr, &owned);
-            left += "|" + std::string(text ? text : "", size_t(length));
-            if (owned)
-                delete[] text;
-        }
-        return left;
+        globals.Index(0, 1)->SetValue_Integer(3);
+        for (int i = 1; i <= 3; ++i)
+            globals.Index(1, 1)->Element(AggregateIndex(i), 1)->SetValue_Integer(i);
+        globals.Index(2, 1)->Element(AggregateIndex("alpha", -1), 1)->SetValue_Double(2.5);
+        globals.Index(3, 1)->SetValue("text", -1);
+        globals.Index(4, 1)->SetValue_Double(0.5);
+    }
+    std::string Remains(DecodedCode::Eagerness eagerness)
+    {
+        MachineInnards::SetEagerness(vm(), eagerness);
+        int result = vm()->Go();
+        return ProgramRemains::Of(this, result);
     }
 };
 
-class Programs {
-public:
-    explicit Programs(unsigned int seed) : m_random(seed) {}
-
-    std::vector<Statement> Make()
-    {
-        std::vector<Statement> program;
-        for (int left = 1 + Below(12); left > 0; --left)
-            program.push_back(One());
-        return program;
-    }
-
-private:
-    int Below(int limit) { return int(m_random() % unsigned(limit)); }
-
-    std::string Variable() { return Op(Below(3) == 0 ? kPushL : kPushG, Below(3)); }
-    std::string Into() { return Op(Below(3) == 0 ? kPopL : kPopG, Below(3)); }
-    std::string Number()
-    {
-        static const double kDoubles[] = {0.0, -0.0, 1.5, 1e300, -3.25, NAN, INFINITY, 1e21, 1e22};
-        if (Below(3) == 0)
-            return OpDouble(kPushF, kDoubles[Below(9)]);
-        return Op(kPushI, Below(4) == 0 ? int(m_random()) : Below(6) - 2);
-    }
-    std::string Text() { return Op(kPushC, Below(5)); }
-    std::string Value()
-    {
-        int which = Below(4);
-        return which == 0 ? Text() : which == 1 ? Number() : Variable();
-    }
-    std::string Arithmetic()
-    {
-        static const int kWords[] = {kAdd, kSub, kMul, kDiv};
-        return Op(kWords[Below(4)]);
-    }
-    std::string Comparison()
-    {
-        static const int kWords[] = {kCmp, kEq, kNe, kGe, kLe, kLt, kGt};
-        return Op(kWords[Below(7)]);
-    }
-    int Jump()
-    {
-        static const int kWords[] = {kJmpEq, kJmpLt, kJmpGt, kJmpLe, kJmpGe, kJmpNe};
-        return kWords[Below(6)];
-    }
-
-    Statement One()
-    {
-        switch (Below(12)) {
-            case 0:
-                return {{Value(), Into()}};
-            case 1:
-                return {{Variable(), Value(), Arithmetic(), Into()}};
-            case 2:
-                return {{Variable(), Number(), Arithmetic()}};
-            case 3:
-                return {{Variable(), Value(), Comparison()}, Jump()};
-            case 4:
-                return {{Op(kCmpGI, Below(3), Below(5) - 1)}, Jump()};
-            case 5:
-                return {{Op(kCmpGG, Below(3), Below(3))}, Jump()};
-            case 6:
-                return {{Op(kIncG, Below(3), Below(9) - 4), Op(kStoreGI, Below(3), Below(4))}};
-            case 7: {
-                // The same variable at both ends, more often than not.
-                int word = Below(2) == 0 ? kPushG : kPushL;
-                int slot = Below(3);
-                Statement append{{Op(word, slot)}};
-                for (int pieces = 1 + Below(4); pieces > 0; --pieces) {
-                    append.instructions.push_back(Value());
-                    append.instructions.push_back(Op(kCat));
-                }
-                append.instructions.push_back(
-                    Below(4) == 0 ? Into() : Op(word == kPushG ? kPopG : kPopL, slot));
-                return append;
-            }
-            case 8:
-                return {
-                    {Value(), Variable(), Below(2) ? Variable() : Number(), Op(kElem), Op(kStore)}};
-            case 9:
-                return {{Variable(), Below(2) ? Variable() : Number(), Op(kElemReadonly), Into()}};
-            case 10:
-                return {{Value(), Variable(), Text(), Op(kMemb), Op(kStore)}};
-            default:
-                return {{Variable(), Text(), Op(kMembReadonly), Below(3) ? Into() : Op(kOut)}};
-        }
-    }
-
-    std::mt19937 m_random;
-};
-
-TEST_F(StepsTest, SequencesDoWhatTheirInstructionsDo)
+std::string Remains(const std::string& code, DecodedCode::Eagerness eagerness)
 {
-    const unsigned int programs = getenv("ZEPH_LONG_TESTS") ? 200000 : 10000;
-    for (unsigned int seed = 1; seed <= programs; ++seed) {
-        SCOPED_TRACE(seed);
-        std::vector<Statement> program = Programs(seed).Make();
-        bool has_texts = seed % 2 == 0;
-        std::string expected = Left(Assembled(program, true), has_texts);
-        ASSERT_EQ(Left(Assembled(program, false), has_texts), expected);
+    return SequenceWorld(code).Remains(eagerness);
+}
+
+const std::string kElement = Op(kPushG, 1) + Op(kPushI, 2) + Op(kElemReadonly);
+const std::string kElementStore = Op(kPushG, 1) + Op(kPushI, 2) + Op(kElem) + Op(kStore);
+const std::string kMember = Op(kPushG, 2) + Op(kPushC, 0) + Op(kMembReadonly);
+const std::string kMemberStore = Op(kPushG, 2) + Op(kPushC, 0) + Op(kMemb) + Op(kStore);
+
+// A sequence, and how much of the stack its instructions need at most.
+struct Sequence {
+    const char* name;
+    std::string code;
+    int pushed;
+};
+
+std::vector<Sequence> Sequences()
+{
+    std::string number = Op(kPushG, 0) + Op(kPushI, 1);
+    std::string variables = Op(kPushG, 0) + Op(kPushG, 4);
+    return {
+        {"number", number + Op(kAdd), 2},
+        {"variable", variables + Op(kAdd), 2},
+        {"number stored", number + Op(kAdd) + Op(kPopG, 4), 2},
+        {"variable stored", variables + Op(kSub) + Op(kPopG, 4), 2},
+        {"number compared", number + Op(kLt) + Op(kJmpNe, 0), 2},
+        {"variable compared", variables + Op(kCmp) + Op(kJmpGt, 0), 2},
+        {"global compared", Op(kCmpGI, 0, 5) + Op(kJmpGt, 0), 1},
+        {"globals compared", Op(kCmpGG, 0, 4) + Op(kJmpGt, 0), 1},
+        {"text appended", Op(kPushG, 3) + Op(kPushC, 0) + Op(kCat) + Op(kPopG, 3), 2},
+        {"more appended",
+         Op(kPushG, 3) + Op(kPushG, 0) + Op(kCat) + Op(kPushI, 1) + Op(kCat) + Op(kPopG, 3), 2},
+        {"element", kElement, 2},
+        {"element as a number", kElement + Op(kJmpEq, 0), 2},
+        {"element stored", Op(kPushI, 9) + kElementStore, 3},
+        {"element stored alone", kElementStore, 2},
+        {"member", kMember, 2},
+        {"member stored", Op(kPushI, 9) + kMemberStore, 3},
+        {"member stored alone", kMemberStore, 2},
+        {"calculation", kElement + kMember + Op(kMul), 3},
+        {"calculation stored", kMember + kElement + Op(kMul) + Op(kPopG, 0), 3},
+        {"calculation into an element", kMember + Op(kPushI, 2) + Op(kAdd) + kElementStore, 3},
+        {"calculation into itself", kMember + Op(kPushI, 2) + Op(kAdd) + kMemberStore, 3},
+        {"elements compared", kElement + kMember + Op(kLe) + Op(kJmpEq, 0), 3},
+        {"increment loop", Op(kIncG, 0, 1) + Op(kCmpGI, 0, 5) + Op(kJmpLt, -26), 1},
+        {"increment loop on the stack",
+         Op(kIncG, 0, 1) + Op(kPushG, 0) + Op(kPushI, 5) + Op(kLt) + Op(kJmpNe, -30), 2},
+        {"number loop",
+         number + Op(kAdd) + Op(kPopG, 0) + Op(kPushG, 0) + Op(kPushI, 5) + Op(kLt) +
+             Op(kJmpNe, -40),
+         2},
+        {"number loop of a global",
+         number + Op(kAdd) + Op(kPopG, 0) + Op(kCmpGI, 0, 5) + Op(kJmpLt, -36), 2},
+        {"variable loop",
+         variables + Op(kAdd) + Op(kPopG, 0) + Op(kPushG, 0) + Op(kPushI, 5) + Op(kLt) +
+             Op(kJmpNe, -40),
+         2},
+    };
+}
+
+TEST(Steps, ARoomlessStackIsFoundByEverySequence)
+{
+    const int kCapacity = ZephVM_Stack::kFrameCapacity;
+    for (const Sequence& sequence : Sequences()) {
+        // Where the memory ends that has been taken so far, and where no more is given.
+        for (int entries :
+             {13, 14, 15, 16, kCapacity - 3, kCapacity - 2, kCapacity - 1, kCapacity}) {
+            SCOPED_TRACE(sequence.name + std::string(" on ") + std::to_string(entries));
+            std::string code;
+            for (int i = 0; i < entries; ++i)
+                code += Op(kPushI, 1);
+            code += sequence.code;
+            SequenceWorld reference(code);
+            std::string expected = reference.Remains(DecodedCode::kNever);
+            bool is_full = entries + sequence.pushed > kCapacity;
+            EXPECT_EQ(reference.application.fatal_errors.size(), is_full ? 1u : 0u);
+            EXPECT_EQ(Remains(code, DecodedCode::kAlways), expected);
+        }
+    }
+}
+
+TEST(Steps, AnEmptyStackIsFoundByEverySequence)
+{
+    static const std::vector<std::string> codes = {
+        Op(kAdd),
+        Op(kCmp),
+        Op(kPop),
+        Op(kPopG, 0),
+        Op(kJmpEq, 0),
+        Op(kRet),
+        kElementStore,
+        kMemberStore,
+        Op(kPushI, 1) + Op(kAdd),
+        Op(kEq) + Op(kJmpEq, 0),
+        Op(kPushI, 1) + Op(kEq) + Op(kJmpEq, 0),
+    };
+    for (size_t i = 0; i < codes.size(); ++i) {
+        SCOPED_TRACE(i);
+        SequenceWorld reference(codes[i]);
+        std::string expected = reference.Remains(DecodedCode::kNever);
+        EXPECT_FALSE(reference.application.fatal_errors.empty());
+        EXPECT_EQ(Remains(codes[i], DecodedCode::kAlways), expected);
+    }
+}
+
+// A comparison goes by the text of a number that has been asked for it.
+TEST(Steps, ANumberIsComparedByTheTextThatItHas)
+{
+    std::string number = OpDouble(kPushF, kCut);
+    const std::string kPlaces[] = {Op(kPushG, 4), kMember, kElement};
+    const std::string kStores[] = {Op(kPopG, 4), kMemberStore, kElementStore};
+    for (int place = 0; place < 3; ++place) {
+        for (bool has_text : {false, true}) {
+            SCOPED_TRACE(std::to_string(place) + (has_text ? " with a text" : " without"));
+            std::string code = number + kStores[place];
+            if (has_text)
+                code += kPlaces[place] + Op(kOut);
+            std::string same = Op(kPushC, 0) + Op(kOut);
+            for (const std::string& comparison : {kPlaces[place] + number, number + kPlaces[place]})
+                code += comparison + Op(kEq) + Op(kJmpEq, int(same.size())) + same;
+            SequenceWorld world(code);
+            std::string remains = world.Remains(DecodedCode::kAlways);
+            EXPECT_EQ(remains, Remains(code, DecodedCode::kNever));
+            EXPECT_EQ(world.output.text,
+                      has_text ? "{0}0.00000000123456789012" : "{0}alpha{0}alpha");
+        }
     }
 }
 
 // A loop runs its steps again, with what they keep of the last round.
-TEST_F(StepsTest, MembersThatComeAndGoAreSeenInALoop)
+TEST(Steps, MembersThatComeAndGoAreSeenInALoop)
 {
-    for (bool noops : {false, true}) {
-        SCOPED_TRACE(noops);
-        std::string between = noops ? Op(kNoop) : "";
-        globals.Dump();
-        application.recorded.text.clear();
-        Variable* structure = globals.Index(0, 1);
-        structure->Element(AggregateIndex("alpha", 5), 1)->SetValue("a", 1);
-        // Write member "alpha", then make the global another structure by way of a number.
-        std::string body = Op(kPushG, 0) + between + Op(kPushC, 0) + between + Op(kMembReadonly) +
-                           between + Op(kOut) + Op(kPushI, 5) + Op(kPushG, 0) + between +
-                           Op(kPushC, 1) + between + Op(kMemb) + between + Op(kStore) +
-                           Op(kPushI, 1) + Op(kPopG, 2 * noops) + Op(kIncG, 1, 1) +
-                           Op(kCmpGI, 1, 3);
-        EXPECT_EQ(Run(body + Op(kJmpLt, -int(body.size()) - 6)), 1);
-        EXPECT_EQ(written(), noops ? "aaa" : "a");
-        EXPECT_EQ(GlobalInteger(1), 3);
+    // Write member "alpha", add member "beta", and make the global another structure by way of
+    // a number in the second round.
+    std::string body = Op(kPushG, 2) + Op(kPushC, 0) + Op(kMembReadonly) + Op(kOut) +
+                       Op(kPushI, 5) + Op(kPushG, 2) + Op(kPushC, 1) + Op(kMemb) + Op(kStore) +
+                       Op(kCmpGI, 0, 4) + Op(kJmpNe, 12) + Op(kPushI, 1) + Op(kPopG, 2) +
+                       Op(kIncG, 0, 1) + Op(kCmpGI, 0, 7);
+    std::string code = body + Op(kJmpLt, -int(body.size()) - 6);
+    for (auto eagerness : {DecodedCode::kAlways, DecodedCode::kWhenRepeated, DecodedCode::kNever}) {
+        SequenceWorld world(code);
+        std::string remains = world.Remains(eagerness);
+        EXPECT_EQ(remains, Remains(code, DecodedCode::kNever));
+        EXPECT_EQ(world.output.text, "{0}2.5{0}2.5{0}{0}");
     }
 }
 
-TEST_F(StepsTest, ARoomlessStackIsFoundByEverySequence)
+// One that is a member of a structure no longer, and one that has taken its place.
+TEST(Steps, AMemberInThePlaceOfAnotherIsSeenInALoop)
 {
-    static const std::vector<std::string> sequences[] = {
-        {Op(kPushG, 0), Op(kPushI, 1), Op(kAdd), Op(kPopG, 0)},
-        {Op(kPushG, 0), Op(kPushG, 1), Op(kCmp), Op(kJmpNe, 0)},
-        {Op(kPushG, 0), Op(kPushC, 0), Op(kCat), Op(kPopG, 0)},
-        {Op(kPushG, 0), Op(kPushI, 1), Op(kElemReadonly)},
-        {Op(kPushG, 0), Op(kPushC, 1), Op(kMembReadonly)},
-    };
-    for (const auto& sequence : sequences) {
-        for (int entries : {510, 511, 512}) {
-            SCOPED_TRACE(entries);
-            std::string filled;
-            for (int i = 0; i < entries; ++i)
-                filled += Op(kPushI, 1);
-            std::string fused = filled, single = filled;
-            for (const std::string& instruction : sequence) {
-                fused += instruction;
-                single += instruction + Op(kNoop);
-            }
-            EXPECT_EQ(Left(fused, false), Left(single, false));
-            EXPECT_EQ(application.fatal_errors.size(), entries == 510 ? 0u : 1u);
-        }
-    }
-}
-
-TEST(DecodedCode, AnyByteMayBeEntered)
-{
-    // push 0x00004025, so that a jump word stands within the operand.
-    std::string code = Op(kPushI, 0x00004025) + Integer(0) + std::string(16, '\0');
-    DecodedCode decoded(reinterpret_cast<const unsigned char*>(code.data()), 10,
-                        DecodedCode::kAlways);
-    DecodedStep* first = decoded.At(0);
-    DecodedStep* within = decoded.At(2);
-    EXPECT_EQ(first->kind, DecodedStep::kPushInteger);
-    EXPECT_EQ(within->kind, DecodedStep::kJump);
-    EXPECT_EQ(within->next, 8u);
-    EXPECT_EQ(decoded.At(0), first);
-    EXPECT_EQ(decoded.At(2), within);
-    for (unsigned int offset : {9u, 10u, 11u, 0x7FFFFFFFu, 0xFFFFFFFFu}) {
-        SCOPED_TRACE(offset);
-        EXPECT_EQ(decoded.At(offset), nullptr);
-    }
-}
-
-TEST(DecodedCode, ALongCodeIsTakenApartInRuns)
-{
-    std::string code;
-    for (int i = 0; i < 5000; ++i)
-        code += Op(kIncG, 0, i);
-    unsigned int size = unsigned(code.size());
-    code += std::string(16, '\0');
-    DecodedCode decoded(reinterpret_cast<const unsigned char*>(code.data()), size,
-                        DecodedCode::kAlways);
-    DecodedStep* step = decoded.At(0);
-    for (int i = 0; i < 5000; ++i) {
-        if (step->kind == DecodedStep::kLink)
-            step = decoded.At(step->next);
-        ASSERT_EQ(step->kind, DecodedStep::kIncrement);
-        ASSERT_EQ(step->b, i);
-        ++step;
+    std::string code = kMember + Op(kOut) + Op(kPushG, 2) + Op(kPushC, 0) + Op(kMemb) +
+                       Op(kPushG, 0) + Op(kRefer) + kMember + Op(kPushI, 1) + Op(kAdd) +
+                       kMemberStore + Op(kCmpGI, 0, 6);
+    code += Op(kJmpLt, -int(code.size()) - 6);
+    for (auto eagerness : {DecodedCode::kAlways, DecodedCode::kWhenRepeated}) {
+        SequenceWorld world(code);
+        std::string remains = world.Remains(eagerness);
+        EXPECT_EQ(remains, Remains(code, DecodedCode::kNever));
+        EXPECT_EQ(world.output.text, "{0}2.5{0}4{0}5");
     }
 }
 
