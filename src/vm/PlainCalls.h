@@ -52,7 +52,8 @@ inline bool ZephVM::EnterPlainFunction(ZephVM_FunctionFrame* frame, DecodedStep*
     int left = frame->plain_parameters();
     const _VH_Entry* locals = frame->locals()->entries();
     Stack_Entry* top = m_stack->m_top;
-    while (left > 0 && locals[left - 1].variable && TakeNumber(locals[left - 1].variable, top[-1])) {
+    while (left > 0 && locals[left - 1].variable &&
+           TakeNumber(locals[left - 1].variable, top[-1])) {
         --left;
         --top;
     }

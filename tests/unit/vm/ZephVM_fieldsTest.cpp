@@ -51,9 +51,8 @@ TEST_F(FieldsTest, NamesThatAreNotInTheDictionaryAreFatal)
 
 TEST_F(FieldsTest, AMissingNameOrValueIsAnUnderflow)
 {
-    for (const std::string& code :
-         {Op(kPushC, 0) + Op(kPushD), Op(kPushC, 0) + Op(kPopD),
-          Op(kPushC, 0) + Op(kPushC, 1) + Op(kPopD), Op(kPopDC, 0, 1)}) {
+    for (const std::string& code : {Op(kPushC, 0) + Op(kPushD), Op(kPushC, 0) + Op(kPopD),
+                                    Op(kPushC, 0) + Op(kPushC, 1) + Op(kPopD), Op(kPopDC, 0, 1)}) {
         application.fatal_errors.clear();
         EXPECT_EQ(Run(code), 0);
         EXPECT_EQ(Fatal(), "Stack underflow");
