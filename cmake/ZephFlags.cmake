@@ -1,4 +1,6 @@
 # The one place for compiler flags: every target links zeph_flags.
+include(CheckLinkerFlag)
+
 add_library(zeph_flags INTERFACE)
 target_compile_options(zeph_flags INTERFACE
     -Wall -Wextra -Wshadow -Werror
@@ -28,7 +30,12 @@ target_link_options(zeph_program_flags INTERFACE -Wl,--gc-sections)
 if(NOT ZEPH_SANITIZE)
     target_link_options(zeph_program_flags INTERFACE
         -static-libstdc++ -static-libgcc -Wl,--as-needed -Wl,-O1 -Wl,--hash-style=gnu -Wl,-z,now
-        -Wl,-z,noseparate-code -Wl,-z,pack-relative-relocs)
+        -Wl,-z,noseparate-code)
+    # From version 2.36 of the C library on.
+    check_linker_flag(CXX -Wl,-z,pack-relative-relocs ZEPH_LINKER_PACKS)
+    if(ZEPH_LINKER_PACKS)
+        target_link_options(zeph_program_flags INTERFACE -Wl,-z,pack-relative-relocs)
+    endif()
 endif()
 
 # zeph_folder(NAME SOURCE...): the object library of one folder of src/.

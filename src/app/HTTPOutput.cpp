@@ -81,9 +81,11 @@ int HTTPOutput_Chain::Write(const char* text, int length)
     return length;
 }
 
+// By its own size at least, so that many additions cost no more than their bytes.
 void HTTPOutput_Chain::Grow(int more)
 {
-    m_capacity += (more / m_unit + 1) * m_unit;
+    int units = (more > m_capacity ? more : m_capacity) / m_unit + 1;
+    m_capacity += units * m_unit;
     char* larger = new char[size_t(m_capacity)];
     memcpy(larger, m_text, size_t(m_used));
     delete[] m_text;

@@ -1,31 +1,27 @@
 #include "primitives/power.h"
 
 #include <dlfcn.h>
-#include <stdio.h>
-#include <unistd.h>
 
 namespace {
 
 const char kLibrary[] = "libm.so.6";
-const int kNotStarted = 127;  // the loader's own exit status
 
 typedef double (*PowerFunction)(double base, double exponent);
 
 PowerFunction Loaded()
 {
     void* library = dlopen(kLibrary, RTLD_LAZY);
-    void* function = library ? dlsym(library, "pow") : nullptr;
-    if (function)
-        return reinterpret_cast<PowerFunction>(function);
-    char message[512];
-    int length = snprintf(message, sizeof message, "zeph: %.480s\n", dlerror());
-    _exit(write(STDERR_FILENO, message, size_t(length)) == length ? kNotStarted : 1);
+    return library ? reinterpret_cast<PowerFunction>(dlsym(library, "pow")) : nullptr;
 }
 
 }  // namespace
 
-double Power(double base, double exponent)
+bool Power(double base, double exponent, double* result)
 {
-    static const PowerFunction power = Loaded();
-    return power(base, exponent);
+    static PowerFunction power;
+    if (!power)
+        power = Loaded();
+    if (power)
+        *result = power(base, exponent);
+    return power;
 }

@@ -113,6 +113,7 @@ private:
     bool PutIntoRun(AggregateElement* element);
     void MoveToTree();
 
+    // Aggregates of all kinds are changed by one thread at a time.
     static unsigned long long NewStamp()
     {
         static unsigned long long s_last;

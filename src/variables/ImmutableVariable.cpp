@@ -148,6 +148,9 @@ void ImmutableVariable::SetLocked(bool locked)
     AggregateWalk walk;
     walk.Enter(this, m_elements, nullptr);
     for (ElementSlot slot; !(slot = walk.Next()).IsEmpty();) {
+        // A number that stands in its slot has no variable to be locked.
+        if (slot.IsNumber())
+            continue;
         AggregateElement* element = slot.element();
         // One that is always NULL stays locked wherever it has been put.
         if (!element->var()->is_immutable() || element->var()->type() == kAlwaysNull)

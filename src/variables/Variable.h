@@ -30,6 +30,9 @@ class ZephApplication;
 // which a merge of a negative range can do, leaves some, and it is not defined which, that no
 // number finds until CollapseElements numbers them anew.
 //
+// The end of a variable of a derived class must not run script: the machine ends variables
+// between its looks at what script can change.
+//
 // A derived class that computes its value leaves m_valid clear between calls: what it marks
 // as valid is read without asking it.
 //

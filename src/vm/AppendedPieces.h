@@ -15,18 +15,11 @@ public:
     {
     }
 
-    // Appends the only piece, if that is a constant.
-    bool AppendConstantTo(Variable* target) const
+    // Whether there is but one piece, and that a constant.
+    bool IsOneConstant() const
     {
-        const DecodedStep& piece = at(0);
-        if (count() > 1 || piece.kind != DecodedStep::kPushConstant)
-            return false;
-        int length;
-        const char* text = m_texts->Entry(piece.a, &length);
-        if (!text)
-            return false;
-        DirectValue::Append(target, text, length);
-        return true;
+        return count() == 1 && at(0).kind == DecodedStep::kPushConstant &&
+               m_texts->Entry(at(0).a, nullptr);
     }
     // Whether all can be had without looking at what they are appended to.
     bool AreApartFrom(Variable* target) const
@@ -37,10 +30,13 @@ public:
         }
         return true;
     }
-    void AppendTo(Variable* target) const
+    // The number of bytes.
+    long long AppendTo(Variable* target) const
     {
+        long long bytes = 0;
         for (int i = 0; i < count(); ++i)
-            AppendOne(target, at(i));
+            bytes += AppendOne(target, at(i));
+        return bytes;
     }
 
 private:
@@ -59,21 +55,24 @@ private:
         Variable* variable = m_operands.Left(&piece);
         return variable && variable != target && DirectValue::IsPlainScalar(variable);
     }
-    void AppendOne(Variable* target, const DecodedStep& piece) const
+    int AppendOne(Variable* target, const DecodedStep& piece) const
     {
         char number[kShortDoubleRoom];
+        const char* text = number;
+        int length;
         if (piece.kind == DecodedStep::kPushVariable) {
-            const String& text = m_operands.Left(&piece)->value();
-            DirectValue::Append(target, text.data(), text.length());
+            const String& value = m_operands.Left(&piece)->value();
+            text = value.data();
+            length = value.length();
         } else if (piece.kind == DecodedStep::kPushConstant) {
-            int length;
-            const char* text = m_texts->Entry(piece.a, &length);
-            DirectValue::Append(target, text, length);
+            text = m_texts->Entry(piece.a, &length);
         } else if (piece.kind == DecodedStep::kPushInteger) {
-            DirectValue::Append(target, number, FormatInteger(piece.a, number));
+            length = FormatInteger(piece.a, number);
         } else {
-            DirectValue::Append(target, number, FormatShortest(piece.real, number));
+            length = FormatShortest(piece.real, number);
         }
+        DirectValue::Append(target, text, length);
+        return length;
     }
 
     const StepOperands& m_operands;

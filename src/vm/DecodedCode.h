@@ -2,6 +2,7 @@
 #define ZEPH_VM_DECODEDCODE_H
 
 #include "image/PreparedCode.h"
+#include "vm/InstructionWord.h"
 
 class AggregateElement;
 class StepRun;
@@ -64,10 +65,10 @@ struct DecodedStep {
     };
     // Arithmetic, by the word of the instruction.
     enum Operation : unsigned char {
-        kAdd = 0x16,
-        kSubtract = 0x17,
-        kDivide = 0x1F,
-        kMultiply = 0x20
+        kAdd = kAddWord,
+        kSubtract = kSubWord,
+        kDivide = kDivWord,
+        kMultiply = kMulWord
     };
     // Results of a comparison, or signs of a number, as bits.
     enum Outcome : unsigned char {
@@ -101,7 +102,8 @@ struct DecodedStep {
         bool is_backward;  // of a jump: it may be part of a loop
     };
     // Of a step of several: the steps from this one to its first part, and, where the parts
-    // are read, to the second and the third one.
+    // are read, to the second and the third one. A value that goes back into the variable
+    // that the first part reads has that one as its third part.
     unsigned char parts;
     unsigned char second;
     unsigned char third;

@@ -53,7 +53,7 @@ inline bool ZephVM::EnterPlainFunction(ZephVM_FunctionFrame* frame, DecodedStep*
     const _VH_Entry* locals = frame->locals()->entries();
     Stack_Entry* top = m_stack->m_top;
     while (left > 0 && locals[left - 1].variable &&
-           TakeNumber(locals[left - 1].variable, top[-1])) {
+           ZephVM_Stack::TakeNumber(locals[left - 1].variable, top[-1])) {
         --left;
         --top;
     }

@@ -7,7 +7,7 @@
 // The steps of instructions in a row, put together before they get a place of their own.
 class StepRun {
 public:
-    // Instructions of one run.
+    // Instructions of one run. A sequence that its end cuts stays in single steps.
     static constexpr int kMostInstructions = 40;
 
     // The instructions one by one; `next` is the offset behind the last one, where the code

@@ -3,6 +3,7 @@
 
 #include "variables/DirectValue.h"
 #include "vm/DecodedCode.h"
+#include "vm/ValueOrder.h"
 #include "vm/ZephVM_Stack.h"
 
 // What the short ways of the loop do with values. A result of false has changed nothing.
@@ -49,17 +50,14 @@ inline double Calculated(int operation, double left, double right)
     return left == 0.0 ? 0.0 : left / right;
 }
 
-// NaN is greater than anything, on either side.
-inline int OutcomeOf(double left, double right)
-{
-    if (left == right)
-        return DecodedStep::kEqual;
-    return right > left ? DecodedStep::kLess : DecodedStep::kGreater;
-}
-
 inline int OutcomeOf(int sign)
 {
     return sign == 0 ? DecodedStep::kEqual : sign < 0 ? DecodedStep::kLess : DecodedStep::kGreater;
+}
+
+inline int OutcomeOf(double left, double right)
+{
+    return OutcomeOf(NumberOrder(left, right));
 }
 
 inline void SetDouble(Stack_Entry* entry, double value)
@@ -111,19 +109,6 @@ inline bool Store(Variable* variable, const Stack_Entry& entry)
             return !entry.owned && DirectValue::SetText(variable, entry.string, entry.length);
     }
     return false;
-}
-
-// Stores the number of an entry, which is used up.
-inline bool TakeNumber(Variable* variable, const Stack_Entry& entry)
-{
-    if (entry.kind == Stack_Entry::kDouble)
-        return DirectValue::SetDouble(variable, entry.real);
-    if (entry.kind == Stack_Entry::kInteger)
-        return DirectValue::SetInteger(variable, entry.integer);
-    if (entry.kind != Stack_Entry::kVariable || !DirectValue::CopyNumber(variable, entry.variable))
-        return false;
-    Drop(entry);
-    return true;
 }
 
 #endif

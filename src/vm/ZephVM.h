@@ -351,7 +351,7 @@ private:
     double m_double_b = 0;
 
     Segment* m_loaded = nullptr;  // whose code runs; borrowed
-    bool m_has_run = false;
+    bool m_has_run = false;       // the loop has had its first look at some code
     DecodedCode::Eagerness m_eagerness = DecodedCode::kWhenRepeated;
     unsigned int m_code_size = 0;
     ZephVM_Frame* m_frame = nullptr;  // owned, with the chain below it

@@ -93,16 +93,7 @@ public:
     // borrowed variable. False, with nothing done, for any other.
     bool PopNumber(Variable* target)
     {
-        if (m_top == m_entries)
-            return false;
-        const Stack_Entry& entry = m_top[-1];
-        bool is_set = false;
-        if (entry.kind == Stack_Entry::kDouble)
-            is_set = DirectValue::SetDouble(target, entry.real);
-        else if (entry.kind == Stack_Entry::kInteger)
-            is_set = DirectValue::SetInteger(target, entry.integer);
-        else if (entry.kind == Stack_Entry::kVariable)
-            is_set = PopNumberOf(entry, target);
+        bool is_set = m_top > m_entries && TakeNumber(target, m_top[-1]);
         m_top -= is_set;
         return is_set;
     }
@@ -117,6 +108,8 @@ public:
         --source->m_top;
         return true;
     }
+    // Takes memory for more entries before it is needed. False when there is no more to take.
+    bool GrowAhead() { return m_limit - m_entries < m_capacity && Grow(); }
     // Whether an entry can be put on top without taking memory.
     bool HasRoom() const { return m_top < m_limit; }
     // Releases all entries, from the top down.
@@ -156,6 +149,21 @@ public:
         top->owned = 0;
         top->integer = result;
     }
+    // Stores the number of an entry in a plain variable; the entry is used up. False, with
+    // nothing done, for any other entry or variable.
+    static bool TakeNumber(Variable* target, const Stack_Entry& entry)
+    {
+        if (entry.kind == Stack_Entry::kDouble)
+            return DirectValue::SetDouble(target, entry.real);
+        if (entry.kind == Stack_Entry::kInteger)
+            return DirectValue::SetInteger(target, entry.integer);
+        if (entry.kind != Stack_Entry::kVariable ||
+            !DirectValue::CopyNumber(target, entry.variable))
+            return false;
+        if (entry.owned)
+            DirectValue::DropCount(entry.variable);
+        return true;
+    }
     // Gives back what an entry that was taken off owns.
     static void Release(const Stack_Entry& entry);
     // Whether it has taken much more memory than most calls need.
@@ -180,14 +188,6 @@ public:
 private:
     friend class ZephVM;  // the loop pushes and pops without calls
 
-    static bool PopNumberOf(const Stack_Entry& entry, Variable* target)
-    {
-        if (!DirectValue::CopyNumber(target, entry.variable))
-            return false;
-        if (entry.owned)
-            DirectValue::DropCount(entry.variable);
-        return true;
-    }
     static const int kUsualEntries = 64;
 
     void TakeMissing(Stack_Entry* left, Stack_Entry* right);

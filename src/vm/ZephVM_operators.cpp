@@ -1,6 +1,8 @@
 // The operators: arithmetic, bits, logic, comparison and joining. The right operand is on
 // top. Those on whole texts stand in ZephVM_search.cpp, the rounding ones in
 // ZephVM_rounding.cpp.
+#include <dlfcn.h>
+
 #include "primitives/power.h"
 #include "vm/Remainder.h"
 #include "vm/ZephVM.h"
@@ -81,7 +83,10 @@ int ZephVM::div()
 int ZephVM::pow()
 {
     Doubles operands(m_stack);
-    return PushResult(this, m_stack, Power(operands.left, operands.right));
+    double power = 0.0;
+    if (!Power(operands.left, operands.right, &power))
+        return FatalError(String("Unable to compute a power: ") + dlerror());
+    return PushResult(this, m_stack, power);
 }
 
 // The least integer by -1 is not guarded, on purpose: it is the machine's trap.

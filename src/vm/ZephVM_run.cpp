@@ -23,6 +23,8 @@ namespace {
 // A flag that another thread sets may be noticed that many turns of a loop late, as long as
 // nothing is done in them that could take time.
 const int kTurnsBetweenLooks = 32;
+// Bytes that are copied in the time of a turn, or less: a power of two.
+const int kTextOfTurn = 10;
 
 }  // namespace
 
@@ -88,9 +90,20 @@ int ZephVM::Go()
     if (!(fits))          \
     goto general
 // The same for a step of several: its parts do what it cannot.
-#define ZEPH_FUSED_UNLESS(fits)                       \
-    if (!(top < operands.limit_of_several && (fits))) \
+#define ZEPH_FUSED_UNLESS(fits)           \
+    if (top >= operands.limit_of_several) \
+        goto roomless;                    \
+    if (!(fits))                          \
     ZEPH_DO(step + step->parts)
+
+    goto resume;
+
+    // A step of several wants room for what its parts push.
+roomless:
+    m_stack->m_top = top;
+    if (!m_stack->GrowAhead())
+        ZEPH_DO(step + step->parts);
+    goto take_frame;
 
 resume:
     if (Polled(m_cancelled))
@@ -377,10 +390,14 @@ compare_jump : {
 append : {
     Variable* variable = operands.Left(step);
     AppendedPieces pieces(operands, m_dictionary, step);
-    ZEPH_FUSED_UNLESS(variable && DirectValue::IsPlainScalar(variable));
-    if (!pieces.AppendConstantTo(variable)) {
-        ZEPH_FUSED_UNLESS(pieces.AreApartFrom(variable));
-        pieces.AppendTo(variable);
+    ZEPH_FUSED_UNLESS(variable && DirectValue::IsPlainScalar(variable) &&
+                      (pieces.IsOneConstant() || pieces.AreApartFrom(variable)));
+    // Long texts take their time.
+    turns -= pieces.AppendTo(variable) >> kTextOfTurn;
+    if (turns < 0 && IsInterrupted()) {
+        m_pc = step->next;
+        m_stack->m_top = top;
+        goto resume;
     }
     ZEPH_DO(step + 1);
 }

@@ -118,7 +118,8 @@ size_t BytesInUse()
 // for the next power, so they are taken before any run is measured: more than a run takes.
 void TakeKeptMemory()
 {
-    Power(1.0, 1.0);
+    double power;
+    Power(1.0, 1.0, &power);
     const int kMost = 2000;
     Variable* array = Variable::New("", 0);
     for (int i = 1; i <= kMost; ++i)

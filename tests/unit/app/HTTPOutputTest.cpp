@@ -111,6 +111,16 @@ TEST(HTTPOutput_Chain, TakesOnlyWhatFitsUnlessItGrows)
     EXPECT_EQ(std::string(growing.data(), size_t(growing.used())), "abcdefg" + rest);
 }
 
+TEST(HTTPOutput_Chain, GrowsByItsOwnSize)
+{
+    // By its unit alone this would copy the text a million times.
+    const int kPieces = 4000000;
+    HTTPOutput_Chain growing(4, 1);
+    for (int i = 0; i < kPieces; ++i)
+        ASSERT_EQ(growing.Write("abcd", 4), 4);
+    EXPECT_EQ(growing.used(), 4 * kPieces);
+}
+
 TEST(HTTPOutput_Chain, EndsTheBuffersBehindIt)
 {
     long before = LiveArrays();

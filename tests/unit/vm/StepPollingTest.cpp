@@ -137,6 +137,26 @@ TEST_F(StepPollingTest, EveryLoopNoticesAFlagOfAnotherThread)
     }
 }
 
+// A text of some length takes the time of many turns.
+TEST_F(StepPollingTest, LongAppendsAreNoticedWithinATurn)
+{
+    const int kAppends = 20;
+    std::string code;
+    for (int i = 0; i < kAppends; ++i)
+        code += Op(kPushG, 0) + Op(kPushG, 1) + Op(kCat) + Op(kPopG, 0);
+    for (int length : {10, 100000}) {
+        SCOPED_TRACE(length);
+        Load({"", code + Op(kExit), kJmp}, DecodedCode::kAlways);
+        std::string text(size_t(length), 'x');
+        globals.Index(1, 1)->SetValue(text.data(), length);
+        vm()->Push_Feature(new Beats(vm(), &heartbeat, &cancelled, -1));
+        heartbeat = 1;
+        EXPECT_EQ(vm()->Go(), 1);
+        EXPECT_EQ(globals.Index(0, 1)->value().length(), kAppends * length + 1) << "behind a 0";
+        EXPECT_EQ(Beats::s_count > kAppends, length > 1000);
+    }
+}
+
 // The heartbeat moves all the time, and the loop does what it does undisturbed.
 TEST_F(StepPollingTest, ALoopGoesOnWhereItWas)
 {
