@@ -146,7 +146,7 @@ TEST_F(StepPollingTest, LongAppendsAreNoticedWithinATurn)
         code += Op(kPushG, 0) + Op(kPushG, 1) + Op(kCat) + Op(kPopG, 0);
     for (int length : {10, 100000}) {
         SCOPED_TRACE(length);
-        Load({"", code + Op(kExit), kJmp}, DecodedCode::kAlways);
+        Load({"", code + Op(kPushI, 1), kJmpLt}, DecodedCode::kAlways);
         std::string text(size_t(length), 'x');
         globals.Index(1, 1)->SetValue(text.data(), length);
         vm()->Push_Feature(new Beats(vm(), &heartbeat, &cancelled, -1));
