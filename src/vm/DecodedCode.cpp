@@ -120,6 +120,14 @@ bool EndsRun(const DecodedStep& step)
            step.word == kExitWord || step.word == kSecondExitWord;
 }
 
+// Instructions behind which no sequence goes on, but that which ends a loop.
+bool EndsStatement(const DecodedStep& step)
+{
+    return step.kind == DecodedStep::kPopVariable || step.kind == DecodedStep::kJumpIf ||
+           step.kind == DecodedStep::kLine || step.kind == DecodedStep::kStoreInteger ||
+           step.word == kStoreWord;
+}
+
 }  // namespace
 
 DecodedStep DecodedCode::s_entered_once;
@@ -180,9 +188,11 @@ DecodedStep* DecodedCode::Decode(unsigned int offset)
     bool is_open = true;
     while (is_open && count < StepRun::kMostInstructions && !IsEnd(at) &&
            !(count > 0 && Known(at))) {
-        Take(at, &instructions[count]);
-        is_open = !EndsRun(instructions[count]);
-        at = instructions[count++].next;
+        DecodedStep* step = &instructions[count++];
+        Take(at, step);
+        at = step->next;
+        is_open =
+            !EndsRun(*step) && !(count >= StepRun::kUsualInstructions && EndsStatement(*step));
     }
     return Keep(StepRun(instructions, count, at, IsEnd(at)));
 }

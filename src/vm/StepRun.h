@@ -7,8 +7,10 @@
 // The steps of instructions in a row, put together before they get a place of their own.
 class StepRun {
 public:
-    // Instructions of one run. A sequence that its end cuts stays in single steps.
-    static constexpr int kMostInstructions = 40;
+    // Instructions of one run: it ends at the first end of a statement from the usual number
+    // on, so that no sequence is cut. What is longer than the most stays in single steps there.
+    static constexpr int kUsualInstructions = 40;
+    static constexpr int kMostInstructions = 56;
 
     // The instructions one by one; `next` is the offset behind the last one, where the code
     // may have ended.
@@ -23,6 +25,7 @@ private:
     // behind the parts of each step of several, which has two instructions or more.
     static constexpr int kMostOfLevel = kMostInstructions + kMostInstructions / 2;
     static constexpr int kMostSteps = kMostInstructions + 1 + 2 * kMostOfLevel;
+    static_assert(kMostSteps < 256, "steps count their way to others in bytes");
 
     // A step of several whose parts have not been added yet.
     struct Head {
